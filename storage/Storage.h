@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include "storage/Character.h"
+#include "storage/CustomChannel.h"
+#include "storage/Scripts.h"
+
+// The one store of everything the player configures: a JSON document held in
+// memory and written to ".olvex/settings.json" under the generic data location
+// after every change. Module folders of each character live beside it.
+class Storage final {
+public:
+    static Storage* instance();
+
+    void load();
+    void save();
+    QString getStoragePath() const;
+
+    QString getString(const QString& key, const QString& defaultValue = {}) const;
+    void putString(const QString& key, const QString& value);
+    bool getBoolean(const QString& key, bool defaultValue = false) const;
+    void putBoolean(const QString& key, bool value);
+    int getInt(const QString& key, int defaultValue = 0) const;
+    void putInt(const QString& key, int value);
+    QStringList getStringList(const QString& key) const;
+    void putStringList(const QString& key, const QStringList& values);
+
+    QList<Character> getCharacters() const;
+    void setCharacters(const QList<Character>& characters);
+    int getActiveCharacterIndex() const;
+    void setActiveCharacterIndex(int index);
+
+    Scripts getScripts(const Character& character) const;
+    void setScripts(const Character& character, const Scripts& scripts);
+    QList<CustomChannel> getCustomChannels(const Character& character) const;
+    void setCustomChannels(const Character& character, const QList<CustomChannel>& channels);
+    QList<int> getEnabledFeatures(const Character& character) const;
+    void setEnabledFeatures(const Character& character, const QList<int>& features);
+
+    QString getCharacterKey(const Character& character, const QString& prefix) const;
+    QString getScriptDir(const Character& character) const;
+    void ensureScriptDir(const Character& character) const;
+
+    Storage(const Storage&) = delete;
+    Storage& operator=(const Storage&) = delete;
+
+private:
+    Storage();
+    ~Storage();
+
+    static QString dataRoot();
+    void keepUnreadableFile(const QString& path) const;
+
+    QJsonObject root;
+};

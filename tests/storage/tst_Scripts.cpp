@@ -1,0 +1,101 @@
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QtTest>
+
+#include "storage/Character.h"
+#include "storage/CustomChannel.h"
+#include "storage/Scripts.h"
+#include "support/TestEnvironment.h"
+
+class tst_Scripts : public QObject {
+    Q_OBJECT
+
+private slots:
+    void roundTripKeepsEveryField();
+    void missingAndWrongTypedKeysGiveDefaults();
+    void writesExactKeys();
+    void characterKeyJoinsNameHostAndPort();
+};
+
+void tst_Scripts::roundTripKeepsEveryField()
+{
+    Scripts s;
+    s.aliases = {{"a", "k", "kill orc;get all", "combat", false}};
+    Trigger t;
+    t.name = "hit";
+    t.pattern = "You hit (\\w+)";
+    t.commands = "lua:onHit";
+    t.group = "g";
+    t.regex = true;
+    t.enabled = false;
+    t.highlight = true;
+    t.highlightColor = "red";
+    t.highlightFullLine = false;
+    s.triggers = {t};
+    s.timers = {{"tick", 2500, "once", "say hi", "g", false}};
+    s.variables = {{"hp", "100", "stats"}};
+    s.quickActions = {{"Flee", "flee", false}};
+    s.keyBindings = {{"f1", "F1", "north", "move", false}};
+    s.luaModules = {{"main", false, 3}};
+
+    // Through text, as it would travel through settings.json.
+    const QByteArray text = QJsonDocument(s.toJson()).toJson();
+    QCOMPARE(Scripts::fromJson(QJsonDocument::fromJson(text).object()), s);
+
+    const Character c{"Ann", "secret", "10.0.0.5", 4000, "Olvex"};
+    QCOMPARE(Character::fromJson(c.toJson()), c);
+    const CustomChannel channel{"Guild", "^\\[GUILD\\]", false};
+    QCOMPARE(CustomChannel::fromJson(channel.toJson()), channel);
+}
+
+void tst_Scripts::missingAndWrongTypedKeysGiveDefaults()
+{
+    const Trigger t = Trigger::fromJson({});
+    QVERIFY(t.enabled);
+    QVERIFY(!t.regex);
+    QVERIFY(!t.highlight);
+    QCOMPARE(t.highlightColor, QString("#FFFF00"));
+    QVERIFY(t.highlightFullLine);
+
+    QCOMPARE(Timer::fromJson({{"type", 5}}).type, QString("repeat"));
+    QCOMPARE(Character::fromJson({{"port", "4000"}, {"name", 7}}).port, 0);
+    QCOMPARE(Character::fromJson({{"name", 7}}).name, QString());
+    QCOMPARE(LuaModule::fromJson({{"loadOrder", "2"}, {"enabled", "no"}}).loadOrder, 0);
+    QVERIFY(LuaModule::fromJson({{"enabled", "no"}}).enabled);
+
+    // Missing or non-array collections are empty lists; unknown keys are ignored.
+    const Scripts s = Scripts::fromJson({{"aliases", "oops"}, {"extra", 1},
+                                         {"triggers", QJsonArray{QJsonObject{}, 3}}});
+    QVERIFY(s.aliases.isEmpty());
+    QCOMPARE(s.triggers.size(), 2);
+    QCOMPARE(s.triggers[1].highlightColor, QString("#FFFF00"));
+}
+
+void tst_Scripts::writesExactKeys()
+{
+    QCOMPARE(Scripts().toJson().keys(),
+             QStringList({"aliases", "keyBindings", "luaModules", "quickActions", "timers",
+                          "triggers", "variables"}));
+    QCOMPARE(Trigger().toJson().keys(),
+             QStringList({"commands", "enabled", "group", "highlight", "highlightColor",
+                          "highlightFullLine", "name", "pattern", "regex"}));
+    QCOMPARE(Timer().toJson().keys(),
+             QStringList({"commands", "enabled", "group", "intervalMs", "name", "type"}));
+    QCOMPARE(QuickAction().toJson().keys(), QStringList({"command", "enabled", "label"}));
+    QCOMPARE(KeyBinding().toJson().keys(),
+             QStringList({"commands", "enabled", "group", "keySequence", "name"}));
+    QCOMPARE(LuaModule().toJson().keys(), QStringList({"enabled", "loadOrder", "name"}));
+    QCOMPARE(Character().toJson().keys(),
+             QStringList({"host", "mudName", "name", "password", "port"}));
+    const Character c{"a", "", "h", 23, ""};
+    QVERIFY(c.toJson().value("port").isDouble());
+}
+
+void tst_Scripts::characterKeyJoinsNameHostAndPort()
+{
+    QCOMPARE((Character{"Hero", "pw", "127.0.0.1", 4000, "x"}.key()), QString("Hero_127.0.0.1_4000"));
+    QCOMPARE((Character{"%2", "", "h", 1, ""}.key()), QString("%2_h_1"));
+}
+
+OLVEX_TEST_MAIN(tst_Scripts, QCoreApplication)
+#include "tst_Scripts.moc"

@@ -1,0 +1,182 @@
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+#include <csignal>
+#include <sys/resource.h>
+
+#include "storage/Storage.h"
+#include "support/TestEnvironment.h"
+
+namespace {
+
+QByteArray readFile(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(bytes);
+}
+
+QJsonObject fileObject(Storage* storage)
+{
+    return QJsonDocument::fromJson(readFile(storage->getStoragePath())).object();
+}
+
+} // namespace
+
+class tst_Storage : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void storesEverythingUnderItsKeys();
+    void perCharacterKeysFollowNameHostAndPort();
+    void mainModuleCreatedOnceNeverOverwritten();
+    void corruptFileIsKeptAsideAndReplaced();
+    void failedSaveLeavesOldFileIntact();
+};
+
+void tst_Storage::init()
+{
+    Storage* storage = Storage::instance();
+    QDir(QFileInfo(storage->getStoragePath()).absolutePath()).removeRecursively();
+    storage->load();
+}
+
+void tst_Storage::storesEverythingUnderItsKeys()
+{
+    Storage* storage = Storage::instance();
+    const QString path = storage->getStoragePath();
+    QVERIFY(path.endsWith("/.olvex/settings.json"));
+    QVERIFY(path.startsWith(qEnvironmentVariable("XDG_DATA_HOME")));
+    QVERIFY(!QFile::exists(path));
+
+    const Character ann{"Ann", "pw", "10.0.0.5", 4000, "Game"};
+    storage->setCharacters({ann});
+    storage->setActiveCharacterIndex(2);
+    Scripts scripts;
+    scripts.aliases = {{"n", "n", "north", "", true}};
+    storage->setScripts(ann, scripts);
+    storage->setCustomChannels(ann, {{"Guild", "\\[GUILD\\]", true}});
+    storage->setEnabledFeatures(ann, {0, 1, 2});
+    storage->putString("theme", "dark");
+    storage->putInt("count", 3);
+    storage->putBoolean("flag", true);
+    storage->putStringList("cmd_history_Ann_10.0.0.5_4000", {"look", "north"});
+
+    // Every change is on disk at once, under the exact keys.
+    const QJsonObject root = fileObject(storage);
+    QCOMPARE(root.value("characters").toArray().at(0).toObject().value("name").toString(), "Ann");
+    QCOMPARE(root.value("active_character_index").toInt(), 2);
+    QVERIFY(root.value("tools_Ann_10.0.0.5_4000").isObject());
+    QCOMPARE(root.value("custom_channels_Ann_10.0.0.5_4000").toArray().size(), 1);
+    QCOMPARE(root.value("features_Ann_10.0.0.5_4000").toArray().size(), 3);
+
+    // A fresh load reads back what was stored.
+    storage->load();
+    QCOMPARE(storage->getCharacters(), QList<Character>{ann});
+    QCOMPARE(storage->getActiveCharacterIndex(), 2);
+    QCOMPARE(storage->getScripts(ann), scripts);
+    QCOMPARE(storage->getEnabledFeatures(ann), QList<int>({0, 1, 2}));
+    QCOMPARE(storage->getCustomChannels(ann).at(0).name, "Guild");
+    QCOMPARE(storage->getString("theme"), "dark");
+    QCOMPARE(storage->getStringList("cmd_history_Ann_10.0.0.5_4000"), QStringList({"look", "north"}));
+
+    // Wrong types read as the caller's default.
+    QCOMPARE(storage->getInt("theme", 7), 7);
+    QCOMPARE(storage->getString("count", "d"), "d");
+    QVERIFY(!storage->getBoolean("count", false));
+}
+
+void tst_Storage::perCharacterKeysFollowNameHostAndPort()
+{
+    Storage* storage = Storage::instance();
+    Character hero{"Hero", "", "mud.example", 4000, ""};
+    Scripts scripts;
+    scripts.variables = {{"hp", "1", ""}};
+    storage->setScripts(hero, scripts);
+    QCOMPARE(storage->getCharacterKey(hero, "tools"), "tools_Hero_mud.example_4000");
+
+    Character moved = hero;
+    moved.port = 4001;
+    QVERIFY(storage->getScripts(moved).variables.isEmpty());
+    QVERIFY(storage->getEnabledFeatures(moved).isEmpty());
+    QCOMPARE(storage->getScripts(hero), scripts);  // the old key stays behind
+    QVERIFY(storage->getScriptDir(moved).endsWith("/.olvex/scripts/Hero_mud.example_4001"));
+}
+
+void tst_Storage::mainModuleCreatedOnceNeverOverwritten()
+{
+    Storage* storage = Storage::instance();
+    const Character hero{"Hero", "", "mud.example", 4000, ""};
+    const QString mainLua = storage->getScriptDir(hero) + "/main.lua";
+    QVERIFY(!QDir(storage->getScriptDir(hero)).exists());  // getScriptDir does not create
+
+    storage->ensureScriptDir(hero);
+    QCOMPARE(readFile(mainLua), QByteArray("-- Olvex Lua Script Module\n"
+                                           "-- Main module for Hero on mud.example\n"
+                                           "\n"
+                                           "-- Example function:\n"
+                                           "-- function myFunction(arg)\n"
+                                           "--   send(\"say \" .. arg)\n"
+                                           "-- end\n"));
+    writeFile(mainLua, "function mine() end\n");
+    storage->ensureScriptDir(hero);
+    QCOMPARE(readFile(mainLua), QByteArray("function mine() end\n"));
+}
+
+void tst_Storage::corruptFileIsKeptAsideAndReplaced()
+{
+    Storage* storage = Storage::instance();
+    const QString path = storage->getStoragePath();
+    for (const QByteArray& bad : {QByteArray("{\"characters\": [tru"), QByteArray("[1, 2]")}) {
+        writeFile(path, bad);
+        storage->load();
+        QVERIFY(storage->getCharacters().isEmpty());
+
+        const QStringList kept = QDir(QFileInfo(path).absolutePath())
+                                     .entryList({"settings.json.bad-*"}, QDir::Files);
+        QVERIFY(!kept.isEmpty());
+        QCOMPARE(readFile(QFileInfo(path).absolutePath() + "/" + kept.last()), bad);
+        for (const QString& k : kept)
+            QFile::remove(QFileInfo(path).absolutePath() + "/" + k);
+
+        storage->putInt("x", 1);
+        QVERIFY(QJsonDocument::fromJson(readFile(path)).isObject());
+    }
+}
+
+void tst_Storage::failedSaveLeavesOldFileIntact()
+{
+    // A file-size limit makes every write past it fail, for root too: the
+    // closest stand-in for a disk that fills up in the middle of a save.
+    Storage* storage = Storage::instance();
+    storage->putString("keep", "me");
+    const QByteArray before = readFile(storage->getStoragePath());
+
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    rlimit tight = saved;
+    tight.rlim_cur = 16;
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Could not save settings"));
+    storage->putString("keep", "changed");
+    setrlimit(RLIMIT_FSIZE, &saved);
+
+    QCOMPARE(readFile(storage->getStoragePath()), before);
+    const QStringList leftovers = QDir(QFileInfo(storage->getStoragePath()).absolutePath())
+                                      .entryList(QDir::Files);
+    QCOMPARE(leftovers, QStringList({"settings.json"}));
+}
+
+OLVEX_TEST_MAIN(tst_Storage, QCoreApplication)
+#include "tst_Storage.moc"
