@@ -1,0 +1,350 @@
+#include "ui/ConnectScreen.h"
+
+#include "storage/Storage.h"
+#include "ui/Theme.h"
+
+#include <QBrush>
+#include <QColor>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMap>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kRowPointSize = 10;
+
+const char* const kScreenSheet = R"css(
+ConnectScreen {
+    background-color: @deep@;
+    color: @text@;
+}
+QFrame#connectHeader {
+    background: qlineargradient(x1: 0, y1: 0, x2: 1, y2: 1, stop: 0 @panel@, stop: 1 @component@);
+    border: none;
+    border-bottom: 2px solid @accent@;
+}
+QLabel#connectTitle {
+    color: @text@;
+    font-size: 24px;
+    font-weight: bold;
+}
+QLabel#connectSubtitle {
+    color: @muted@;
+    font-size: 11px;
+}
+QLabel#sectionLabel {
+    color: @muted@;
+}
+QTreeWidget#characterTree {
+    background-color: @panel@;
+    border: 1px solid @border@;
+    border-radius: 6px;
+    padding: 4px;
+}
+QTreeWidget#characterTree:focus {
+    border-color: @accent@;
+}
+QTreeWidget#characterTree QHeaderView::section {
+    background-color: @panel@;
+}
+QPushButton#addButton, QPushButton#editButton, QPushButton#deleteButton {
+    background-color: transparent;
+    color: @soft@;
+    border: 1px solid @border@;
+    border-radius: 4px;
+    padding: 8px 16px;
+}
+QPushButton#addButton:hover, QPushButton#editButton:hover, QPushButton#deleteButton:hover,
+QPushButton#addButton:focus, QPushButton#editButton:focus, QPushButton#deleteButton:focus {
+    color: @text@;
+    border-color: @accent@;
+}
+QPushButton#addButton:disabled, QPushButton#editButton:disabled,
+QPushButton#deleteButton:disabled {
+    color: @disabledText@;
+    border-color: @disabledBorder@;
+}
+QPushButton#connectButton {
+    background: qlineargradient(x1: 0, y1: 0, x2: 1, y2: 0, stop: 0 @accent@, stop: 1 @accentEnd@);
+    color: @text@;
+    border: 1px solid @accent@;
+    border-radius: 4px;
+    padding: 8px 28px;
+    font-weight: bold;
+}
+QPushButton#connectButton:hover, QPushButton#connectButton:focus {
+    background: qlineargradient(x1: 0, y1: 0, x2: 1, y2: 0,
+                                stop: 0 @accentHover@, stop: 1 @accentEnd@);
+    border-color: @text@;
+}
+QPushButton#connectButton:pressed {
+    background: @accent@;
+}
+QPushButton#connectButton:disabled {
+    background: @component@;
+    color: @disabledText@;
+    border-color: @disabledBorder@;
+}
+)css";
+
+QPushButton* makeButton(const QString& text, const QString& objectName,
+                        const QString& accessibleName, QWidget* parent) {
+    auto* button = new QPushButton(text, parent);
+    button->setObjectName(objectName);
+    button->setAccessibleName(accessibleName);
+    button->setCursor(Qt::PointingHandCursor);
+    return button;
+}
+
+bool isCharacterRow(const QTreeWidgetItem* item) {
+    return item && item->data(0, Qt::UserRole).userType() == qMetaTypeId<Character>();
+}
+
+} // namespace
+
+ConnectScreen::ConnectScreen(QWidget* parent)
+    : QWidget(parent) {
+    setupUi();
+    loadCharacters();
+}
+
+void ConnectScreen::setupUi() {
+    setAttribute(Qt::WA_StyledBackground);
+    setStyleSheet(Theme::withPalette(QString::fromUtf8(kScreenSheet)));
+
+    auto* header = new QFrame(this);
+    header->setObjectName(QStringLiteral("connectHeader"));
+    auto* title = new QLabel(Theme::kProductName, header);
+    title->setObjectName(QStringLiteral("connectTitle"));
+    auto* subtitle = new QLabel(
+        QStringLiteral("v%1 • Select a character to begin").arg(Theme::kProductVersion), header);
+    subtitle->setObjectName(QStringLiteral("connectSubtitle"));
+    auto* headerLayout = new QVBoxLayout(header);
+    headerLayout->setContentsMargins(24, 20, 24, 18);
+    headerLayout->setSpacing(4);
+    headerLayout->addWidget(title);
+    headerLayout->addWidget(subtitle);
+
+    auto* section = new QLabel(QStringLiteral("Available Characters"), this);
+    section->setObjectName(QStringLiteral("sectionLabel"));
+    // Letter spacing is not a style sheet property, so the font carries it.
+    QFont sectionFont = section->font();
+    sectionFont.setPixelSize(10);
+    sectionFont.setBold(true);
+    sectionFont.setLetterSpacing(QFont::AbsoluteSpacing, 1);
+    section->setFont(sectionFont);
+
+    tree = new QTreeWidget(this);
+    tree->setObjectName(QStringLiteral("characterTree"));
+    tree->setAccessibleName(tr("Characters"));
+    tree->setColumnCount(2);
+    tree->setHeaderLabels({QStringLiteral("Character"), QStringLiteral("Server")});
+    tree->setMinimumHeight(200);
+    // Groups are always open and only buttons (or keys) act on a row: no
+    // branch arrows to collapse a group, and double-click does nothing.
+    tree->setRootIsDecorated(false);
+    tree->setItemsExpandable(false);
+    tree->setExpandsOnDoubleClick(false);
+    tree->setSelectionMode(QAbstractItemView::SingleSelection);
+    tree->header()->setStretchLastSection(true);
+    tree->installEventFilter(this);
+    section->setBuddy(tree);
+
+    addButton = makeButton(QStringLiteral("+ Add New"), QStringLiteral("addButton"),
+                           tr("Add new character"), this);
+    editButton = makeButton(QStringLiteral("✎ Edit"), QStringLiteral("editButton"),
+                            tr("Edit character"), this);
+    deleteButton = makeButton(QStringLiteral("⊘ Delete"), QStringLiteral("deleteButton"),
+                              tr("Delete character"), this);
+    connectButton = makeButton(QStringLiteral("⚡ CONNECT"), QStringLiteral("connectButton"),
+                               tr("Connect"), this);
+
+    auto* buttonRow = new QHBoxLayout;
+    buttonRow->setSpacing(8);
+    buttonRow->addWidget(addButton);
+    buttonRow->addWidget(editButton);
+    buttonRow->addWidget(deleteButton);
+    buttonRow->addStretch(1);
+    buttonRow->addWidget(connectButton);
+
+    auto* body = new QVBoxLayout;
+    body->setContentsMargins(24, 20, 24, 24);
+    body->setSpacing(10);
+    body->addWidget(section);
+    body->addWidget(tree, 1);
+    body->addLayout(buttonRow);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(header);
+    layout->addLayout(body, 1);
+
+    // Keyboard path: the list first, then the buttons left to right.
+    setFocusProxy(tree);
+    setTabOrder(tree, addButton);
+    setTabOrder(addButton, editButton);
+    setTabOrder(editButton, deleteButton);
+    setTabOrder(deleteButton, connectButton);
+
+    QObject::connect(addButton, &QPushButton::clicked, this, &ConnectScreen::onAddClicked);
+    QObject::connect(editButton, &QPushButton::clicked, this, &ConnectScreen::onEditClicked);
+    QObject::connect(deleteButton, &QPushButton::clicked, this, &ConnectScreen::onDeleteClicked);
+    QObject::connect(connectButton, &QPushButton::clicked, this, &ConnectScreen::onConnectClicked);
+    QObject::connect(tree, &QTreeWidget::currentItemChanged, this,
+                     &ConnectScreen::onCurrentItemChanged);
+}
+
+QList<Character> ConnectScreen::getCharacters() const {
+    return Storage::instance()->getCharacters();
+}
+
+void ConnectScreen::loadCharacters() {
+    // A reload (after an edit, say) keeps the row the player was on.
+    const std::optional<Character> previous = currentCharacter();
+
+    tree->clear();
+    const QList<Character> characters = getCharacters();
+
+    // Ascending host order for the groups, stored order within each group.
+    QMap<QString, QList<int>> byHost;
+    for (int i = 0; i < characters.size(); ++i)
+        byHost[characters.at(i).host].append(i);
+
+    QFont groupFont = tree->font();
+    groupFont.setPointSize(kRowPointSize);
+    groupFont.setWeight(QFont::Bold);
+    QFont rowFont = tree->font();
+    rowFont.setPointSize(kRowPointSize);
+    const QBrush groupText{QColor(Theme::kAccent)};
+    const QBrush groupBackground{QColor(Theme::kComponentBackground)};
+    const QBrush rowText{QColor(Theme::kTextSoft)};
+
+    QList<QTreeWidgetItem*> rowOfStoredIndex(characters.size(), nullptr);
+    for (auto it = byHost.cbegin(); it != byHost.cend(); ++it) {
+        auto* group = new QTreeWidgetItem(tree);
+        group->setText(0, QStringLiteral("%1  (%2)").arg(it.key()).arg(it.value().size()));
+        group->setFlags(Qt::ItemIsEnabled);
+        group->setFirstColumnSpanned(true);
+        for (int column = 0; column < 2; ++column) {
+            group->setFont(column, groupFont);
+            group->setForeground(column, groupText);
+            group->setBackground(column, groupBackground);
+        }
+        for (int index : it.value()) {
+            const Character& character = characters.at(index);
+            auto* row = new QTreeWidgetItem(group);
+            row->setText(0, character.name);
+            row->setText(1, QStringLiteral("%1:%2").arg(character.host).arg(character.port));
+            row->setData(0, Qt::UserRole, QVariant::fromValue(character));
+            for (int column = 0; column < 2; ++column) {
+                row->setFont(column, rowFont);
+                row->setForeground(column, rowText);
+            }
+            rowOfStoredIndex[index] = row;
+        }
+    }
+    tree->expandAll();
+    tree->resizeColumnToContents(0);
+    tree->resizeColumnToContents(1);
+
+    // Preselect so Enter or CONNECT works at once: the row the player was on,
+    // else the character played last.
+    QTreeWidgetItem* preselect = nullptr;
+    if (previous) {
+        for (QTreeWidgetItem* row : std::as_const(rowOfStoredIndex)) {
+            if (row->data(0, Qt::UserRole).value<Character>() == *previous) {
+                preselect = row;
+                break;
+            }
+        }
+    }
+    const int activeIndex = Storage::instance()->getActiveCharacterIndex();
+    if (!preselect && activeIndex >= 0 && activeIndex < rowOfStoredIndex.size())
+        preselect = rowOfStoredIndex.at(activeIndex);
+    tree->setCurrentItem(preselect);
+    onCurrentItemChanged();
+}
+
+void ConnectScreen::onAddClicked() {
+    emit addCharacter();
+}
+
+void ConnectScreen::onEditClicked() {
+    if (const std::optional<Character> character = currentCharacter())
+        emit editCharacter(*character);
+}
+
+void ConnectScreen::onDeleteClicked() {
+    if (const std::optional<Character> character = currentCharacter())
+        emit deleteCharacter(*character);
+}
+
+void ConnectScreen::onConnectClicked() {
+    if (const std::optional<Character> character = currentCharacter())
+        emit connect(*character);
+}
+
+std::optional<Character> ConnectScreen::currentCharacter() const {
+    const QTreeWidgetItem* item = tree->currentItem();
+    if (!isCharacterRow(item))
+        return std::nullopt;
+    return item->data(0, Qt::UserRole).value<Character>();
+}
+
+void ConnectScreen::onCurrentItemChanged() {
+    const bool onCharacter = currentCharacter().has_value();
+    editButton->setEnabled(onCharacter);
+    deleteButton->setEnabled(onCharacter);
+    connectButton->setEnabled(onCharacter);
+}
+
+void ConnectScreen::moveToCharacterRow(bool down) {
+    // Group rows cannot be picked, so the arrow keys step over them.
+    QList<QTreeWidgetItem*> rows;
+    for (int g = 0; g < tree->topLevelItemCount(); ++g) {
+        QTreeWidgetItem* group = tree->topLevelItem(g);
+        for (int c = 0; c < group->childCount(); ++c)
+            rows.append(group->child(c));
+    }
+    if (rows.isEmpty())
+        return;
+    const int at = rows.indexOf(tree->currentItem());
+    int next = 0;
+    if (at < 0)
+        next = down ? 0 : int(rows.size()) - 1;
+    else
+        next = qBound(0, down ? at + 1 : at - 1, int(rows.size()) - 1);
+    tree->setCurrentItem(rows.at(next));
+    tree->scrollToItem(rows.at(next));
+}
+
+bool ConnectScreen::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != tree || event->type() != QEvent::KeyPress)
+        return QWidget::eventFilter(watched, event);
+    const auto* key = static_cast<QKeyEvent*>(event);
+    if (key->modifiers() & ~Qt::KeypadModifier)
+        return false;
+    switch (key->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        onConnectClicked();
+        return true;
+    case Qt::Key_Delete:
+        // Only a request: the main window asks before anything is removed.
+        onDeleteClicked();
+        return true;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        moveToCharacterRow(key->key() == Qt::Key_Down);
+        return true;
+    default:
+        return false;
+    }
+}

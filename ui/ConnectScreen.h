@@ -1,0 +1,54 @@
+#pragma once
+
+#include "storage/Character.h"
+
+#include <QList>
+#include <QWidget>
+
+#include <optional>
+
+class QPushButton;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+// The first screen: saved characters grouped by server. It only asks; the
+// main window edits the stored list and starts sessions.
+class ConnectScreen final : public QWidget {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ConnectScreen)
+
+public:
+    explicit ConnectScreen(QWidget* parent = nullptr);
+
+    QList<Character> getCharacters() const;
+
+signals:
+    // Named for the request it makes; inside this class QObject::connect must
+    // therefore be spelled out in full.
+    void connect(const Character& character);
+    void addCharacter();
+    void editCharacter(const Character& character);
+    void deleteCharacter(const Character& character);
+
+public slots:
+    void loadCharacters();
+    void onAddClicked();
+    void onEditClicked();
+    void onDeleteClicked();
+    void onConnectClicked();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void setupUi();
+    std::optional<Character> currentCharacter() const;
+    void moveToCharacterRow(bool down);
+    void onCurrentItemChanged();
+
+    QTreeWidget* tree = nullptr;
+    QPushButton* addButton = nullptr;
+    QPushButton* editButton = nullptr;
+    QPushButton* deleteButton = nullptr;
+    QPushButton* connectButton = nullptr;
+};

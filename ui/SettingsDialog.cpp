@@ -1,0 +1,85 @@
+#include "ui/SettingsDialog.h"
+
+#include "ui/Theme.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSlider>
+#include <QVBoxLayout>
+
+SettingsDialog::SettingsDialog(QWidget* parent)
+    : QDialog(parent) {
+    setWindowTitle(QStringLiteral("Settings"));
+    setMinimumWidth(400);
+    setStyleSheet(Theme::panelStyleSheet());
+
+    auto* fontSizeLabel = new QLabel(QStringLiteral("Font Size:"), this);
+    fontSizeSlider = new QSlider(Qt::Horizontal, this);
+    fontSizeSlider->setRange(kMinFontSize, kMaxFontSize);
+    fontSizeSlider->setValue(kDefaultFontSize);
+    fontSizeSlider->setPageStep(2);
+    fontSizeSlider->setAccessibleName(tr("Font size"));
+    fontSizeLabel->setBuddy(fontSizeSlider);
+    fontSizeValue = new QLabel(QStringLiteral("%1pt").arg(kDefaultFontSize), this);
+    // Room for "24pt" from the start, so the slider does not jump while dragging.
+    fontSizeValue->setMinimumWidth(fontSizeValue->fontMetrics().horizontalAdvance("24pt") + 8);
+    fontSizeValue->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+    echoInputBox = new QCheckBox(QStringLiteral("Echo input commands"), this);
+    repeatModeBox = new QCheckBox(QStringLiteral("Enable repeat mode (#N syntax)"), this);
+
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("OK"));
+    buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Cancel"));
+
+    auto* sliderRow = new QHBoxLayout;
+    sliderRow->setSpacing(10);
+    sliderRow->addWidget(fontSizeSlider, 1);
+    sliderRow->addWidget(fontSizeValue);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(16, 16, 16, 12);
+    layout->setSpacing(8);
+    layout->addWidget(fontSizeLabel);
+    layout->addLayout(sliderRow);
+    layout->addSpacing(8);
+    layout->addWidget(echoInputBox);
+    layout->addWidget(repeatModeBox);
+    layout->addSpacing(8);
+    layout->addStretch(1);
+    layout->addWidget(buttons);
+
+    connect(fontSizeSlider, &QSlider::valueChanged, this, &SettingsDialog::onFontSizeChanged);
+    connect(buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::onAccepted);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+
+    fontSizeSlider->setFocus();
+}
+
+int SettingsDialog::getFontSize() const {
+    return fontSizeSlider->value();
+}
+
+bool SettingsDialog::getEchoInput() const {
+    return echoInputBox->isChecked();
+}
+
+bool SettingsDialog::getRepeatMode() const {
+    return repeatModeBox->isChecked();
+}
+
+void SettingsDialog::onFontSizeChanged(int size) {
+    // Emitted while dragging so the player sees the new size at once; Cancel
+    // does not take it back.
+    fontSizeValue->setText(QStringLiteral("%1pt").arg(size));
+    emit fontSizeChanged(size);
+}
+
+void SettingsDialog::onAccepted() {
+    emit echoInputChanged(getEchoInput());
+    emit repeatModeChanged(getRepeatMode());
+    accept();
+}

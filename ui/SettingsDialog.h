@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDialog>
+
+class QCheckBox;
+class QLabel;
+class QSlider;
+
+// Terminal font size and two command-input options. The dialog keeps no
+// settings: it always opens with its defaults and reports through signals.
+class SettingsDialog final : public QDialog {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SettingsDialog)
+
+public:
+    static constexpr int kMinFontSize = 6;
+    static constexpr int kMaxFontSize = 24;
+    static constexpr int kDefaultFontSize = 10;
+
+    explicit SettingsDialog(QWidget* parent = nullptr);
+
+    int getFontSize() const;
+    bool getEchoInput() const;
+    bool getRepeatMode() const;
+
+signals:
+    void fontSizeChanged(int size);
+    void echoInputChanged(bool enabled);
+    void repeatModeChanged(bool enabled);
+
+public slots:
+    void onFontSizeChanged(int size);
+    void onAccepted();
+
+private:
+    QSlider* fontSizeSlider = nullptr;
+    QLabel* fontSizeValue = nullptr;
+    QCheckBox* echoInputBox = nullptr;
+    QCheckBox* repeatModeBox = nullptr;
+};

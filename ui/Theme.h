@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QFont>
+#include <QLatin1String>
+#include <QString>
+
+// The client's one dark look: every colour a player sees and the style sheets
+// built from them live here, so a widget never spells a colour of its own.
+namespace Theme {
+
+// Branding shown in headers and the About text.
+inline constexpr QLatin1String kProductName{"Olvex Desktop Client"};
+inline constexpr QLatin1String kProductVersion{"1.0.1"};
+
+// Palette. The accent is a gradient from kAccent to kAccentEnd.
+inline constexpr QLatin1String kAccent{"#ff6b00"};
+inline constexpr QLatin1String kAccentEnd{"#ff8c00"};
+inline constexpr QLatin1String kSecondary{"#bb86fc"};
+inline constexpr QLatin1String kDeepBackground{"#0a0a0a"};
+inline constexpr QLatin1String kPanelBackground{"#0d0d0d"};
+inline constexpr QLatin1String kComponentBackground{"#1a1a1a"};
+inline constexpr QLatin1String kBorder{"#333333"};
+inline constexpr QLatin1String kText{"#ffffff"};
+inline constexpr QLatin1String kTextSoft{"#cccccc"};
+inline constexpr QLatin1String kTextMuted{"#999999"};
+
+// Opponent panel: the name in a warm red, the health numbers in amber.
+inline constexpr QLatin1String kOpponentName{"#ff6b6b"};
+inline constexpr QLatin1String kOpponentHealth{"#ffaa00"};
+
+// Object names that the application style sheet gives their own bar colours.
+inline constexpr QLatin1String kPowerLevelBar{"powerLevelBar"};
+inline constexpr QLatin1String kKiBar{"kiBar"};
+inline constexpr QLatin1String kFatigueBar{"fatigueBar"};
+inline constexpr QLatin1String kOpponentHealthBar{"opponentHealthBar"};
+
+// Family name of the monospaced font carried in the program's resources.
+inline constexpr QLatin1String kMonospaceFamily{"DejaVu Sans Mono"};
+
+// Fills the @name@ placeholders of a style sheet with palette colours
+// (@accent@, @accentEnd@, @secondary@, @deep@, @panel@, @component@, @border@,
+// @text@, @soft@, @muted@, @hover@, @disabledText@, @disabledBorder@,
+// @selection@, @accentHover@), so a widget's own sheet never spells a colour.
+QString withPalette(QString sheet);
+// The sheet every side panel and small dialog carries:
+// "background-color: #1a1a1a; color: #ffffff;".
+QString panelStyleSheet();
+// Rules for every standard widget, meant for QApplication::setStyleSheet.
+QString applicationStyleSheet();
+// The main window's session tabs: a flat pane on the component background.
+QString tabPaneStyleSheet();
+// The monospaced font, falling back to the platform's fixed font when the
+// resource font was not registered.
+QFont monospaceFont(int pointSize);
+
+} // namespace Theme
