@@ -1,0 +1,43 @@
+#pragma once
+
+#include "storage/Scripts.h"
+
+#include <QList>
+#include <QString>
+
+// Moves Lua modules between characters as one ".olvexscripts" file: a zip
+// archive holding "metadata.json" and a "scripts" folder with one ".lua" file
+// per module. The archive work is done by the system's zip and unzip programs,
+// each in a private temporary directory that is gone when the call returns.
+//
+// Packages come from other people, so an import first lists the archive and
+// refuses anything that could reach outside its temporary directory (absolute
+// or ".." paths, links), anything it cannot extract safely (encryption, size
+// beyond the bounds below), and module names that no module could have.
+class LuaPackage final {
+public:
+    struct Metadata {
+        QString version = QStringLiteral("1");
+        QString packageVersion;
+        QString author;
+        QString description;
+        QString created;
+        QList<LuaModule> modules;
+    };
+
+    // Far above any hand-written set of modules, far below what would hurt to unpack.
+    static constexpr qint64 kMaxImportBytes = 10 * 1024 * 1024;
+    static constexpr int kMaxImportEntries = 1000;
+    static constexpr int kToolTimeoutMs = 30000;
+
+    static bool exportPackage(const QString& scriptDir, const QList<LuaModule>& modules,
+                              const Metadata& metadata, const QString& outputPath, QString& error);
+    static bool importPackage(const QString& packagePath, const QString& scriptDir,
+                              bool skipExisting, QList<LuaModule>& modules, QString& error);
+    static Metadata readMetadata(const QString& packagePath, QString& error);
+
+    static QString metadataToJson(const Metadata& metadata);
+    static Metadata jsonToMetadata(const QString& json);
+
+    static bool isValidModuleName(const QString& name);
+};

@@ -1,0 +1,270 @@
+#include "ui/ScriptItemDialog.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QRegularExpression>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString kLuaPrefix = QStringLiteral("lua:");
+const QString kTimerOnce = QStringLiteral("once");
+const QString kTimerRepeat = QStringLiteral("repeat");
+constexpr int kRepeatIndex = 0;
+constexpr int kOnceIndex = 1;
+
+QString kindTitle(int kind) {
+    switch (kind) {
+    case ScriptItemDialog::AliasKind:
+        return QStringLiteral("Alias");
+    case ScriptItemDialog::TriggerKind:
+        return QStringLiteral("Trigger");
+    case ScriptItemDialog::TimerKind:
+        return QStringLiteral("Timer");
+    case ScriptItemDialog::VariableKind:
+        return QStringLiteral("Variable");
+    case ScriptItemDialog::KeyBindingKind:
+        return QStringLiteral("Key Binding");
+    default:
+        return QString();
+    }
+}
+
+} // namespace
+
+ScriptItemDialog::ScriptItemDialog(int kind, QWidget* parent)
+    : QDialog(parent)
+    , kind(kind) {
+    setWindowTitle(kindTitle(kind));
+    setMinimumSize(500, 300);
+    setupUi();
+    connectSignals();
+    showRelevantFields();
+}
+
+void ScriptItemDialog::setupUi() {
+    auto* layout = new QVBoxLayout(this);
+    auto* form = new QFormLayout;
+    layout->addLayout(form);
+    const auto row = [this, form](const QString& label, QWidget* field) {
+        auto* labelWidget = new QLabel(label, this);
+        labelWidget->setBuddy(field);
+        form->addRow(labelWidget, field);
+        rowLabels.insert(field, labelWidget);
+    };
+
+    nameEdit = new QLineEdit(this);
+    row(tr("Name:"), nameEdit);
+    groupEdit = new QLineEdit(this);
+    groupEdit->setPlaceholderText(tr("Optional - leave blank for ungrouped"));
+    row(tr("Group:"), groupEdit);
+
+    aliasEdit = new QLineEdit(this);
+    row(tr("Alias Text:"), aliasEdit);
+
+    patternRow = new QWidget(this);
+    auto* patternLayout = new QHBoxLayout(patternRow);
+    patternLayout->setContentsMargins(0, 0, 0, 0);
+    patternEdit = new QLineEdit(patternRow);
+    patternEdit->setPlaceholderText(tr("Text pattern to match"));
+    regexCheck = new QCheckBox(tr("Use Regular Expression"), patternRow);
+    patternLayout->addWidget(patternEdit, 1);
+    patternLayout->addWidget(regexCheck);
+    row(tr("Pattern:"), patternRow);
+    rowLabels.value(patternRow)->setBuddy(patternEdit);
+
+    intervalSpin = new QSpinBox(this);
+    intervalSpin->setRange(100, 3600000);
+    intervalSpin->setSuffix(QStringLiteral(" ms"));
+    row(tr("Interval:"), intervalSpin);
+    timerTypeCombo = new QComboBox(this);
+    timerTypeCombo->insertItem(kRepeatIndex, tr("Repeat"));
+    timerTypeCombo->insertItem(kOnceIndex, tr("Once"));
+    row(tr("Type:"), timerTypeCombo);
+
+    valueEdit = new QPlainTextEdit(this);
+    valueEdit->setPlaceholderText(tr("Variable value"));
+    row(tr("Value:"), valueEdit);
+
+    keySequenceEdit = new QLineEdit(this);
+    keySequenceEdit->setPlaceholderText(tr("e.g., F1, Ctrl+F1, Shift+F5"));
+    row(tr("Key Sequence:"), keySequenceEdit);
+
+    commandModeCombo = new QComboBox(this);
+    commandModeCombo->insertItem(CommandListMode, tr("TinTin Commands"));
+    commandModeCombo->insertItem(LuaFunctionMode, tr("Lua Function"));
+    row(tr("Command Mode:"), commandModeCombo);
+    commandsEdit = new QPlainTextEdit(this);
+    commandsEdit->setPlaceholderText(tr("Commands to execute"));
+    row(tr("Commands:"), commandsEdit);
+    functionEdit = new QLineEdit(this);
+    row(tr("Function:"), functionEdit);
+    argEdit = new QLineEdit(this);
+    argEdit->setPlaceholderText(tr("Optional - leave blank to pass trigger match"));
+    row(tr("Arg:"), argEdit);
+
+    enabledCheck = new QCheckBox(tr("Enabled"), this);
+    enabledCheck->setChecked(true);
+    form->addRow(enabledCheck);
+
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    layout->addWidget(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+}
+
+void ScriptItemDialog::connectSignals() {
+    connect(commandModeCombo, &QComboBox::currentIndexChanged, this,
+            &ScriptItemDialog::onCommandModeChanged);
+}
+
+void ScriptItemDialog::setRowVisible(QWidget* field, bool visible) {
+    field->setVisible(visible);
+    if (QLabel* label = rowLabels.value(field))
+        label->setVisible(visible);
+}
+
+void ScriptItemDialog::showRelevantFields() {
+    const bool hasCommandMode = kind == AliasKind || kind == TriggerKind || kind == TimerKind;
+    const bool luaMode = hasCommandMode && commandModeCombo->currentIndex() == LuaFunctionMode;
+
+    setRowVisible(aliasEdit, kind == AliasKind);
+    setRowVisible(patternRow, kind == TriggerKind);
+    setRowVisible(intervalSpin, kind == TimerKind);
+    setRowVisible(timerTypeCombo, kind == TimerKind);
+    setRowVisible(valueEdit, kind == VariableKind);
+    setRowVisible(keySequenceEdit, kind == KeyBindingKind);
+    setRowVisible(commandModeCombo, hasCommandMode);
+    setRowVisible(commandsEdit, (hasCommandMode && !luaMode) || kind == KeyBindingKind);
+    setRowVisible(functionEdit, luaMode);
+    setRowVisible(argEdit, luaMode);
+}
+
+void ScriptItemDialog::onCommandModeChanged(int) {
+    showRelevantFields();
+}
+
+void ScriptItemDialog::loadCommands(const QString& commands) {
+    functionEdit->clear();
+    argEdit->clear();
+    commandsEdit->clear();
+    if (commands.startsWith(kLuaPrefix)) {
+        commandModeCombo->setCurrentIndex(LuaFunctionMode);
+        static const QRegularExpression call(QStringLiteral("^(\\w+)(?:\\((.*)\\))?$"));
+        const QRegularExpressionMatch match = call.match(commands.mid(kLuaPrefix.size()).trimmed());
+        if (match.hasMatch()) {
+            functionEdit->setText(match.captured(1));
+            argEdit->setText(match.captured(2));
+        }
+    } else {
+        commandModeCombo->setCurrentIndex(CommandListMode);
+        commandsEdit->setPlainText(commands);
+    }
+}
+
+QString ScriptItemDialog::buildCommands() const {
+    if (commandModeCombo->currentIndex() != LuaFunctionMode)
+        return commandsEdit->toPlainText();
+    // A stray space around the name would make the call fail to match when run.
+    const QString function = functionEdit->text().trimmed();
+    const QString arg = argEdit->text();
+    return arg.isEmpty() ? kLuaPrefix + function : QStringLiteral("lua:%1(%2)").arg(function, arg);
+}
+
+void ScriptItemDialog::setAlias(const Alias& alias) {
+    nameEdit->setText(alias.name);
+    groupEdit->setText(alias.group);
+    aliasEdit->setText(alias.alias);
+    loadCommands(alias.commands);
+    enabledCheck->setChecked(alias.enabled);
+}
+
+Alias ScriptItemDialog::getAlias() const {
+    Alias alias;
+    alias.name = nameEdit->text();
+    alias.group = groupEdit->text();
+    alias.alias = aliasEdit->text();
+    alias.commands = buildCommands();
+    alias.enabled = enabledCheck->isChecked();
+    return alias;
+}
+
+void ScriptItemDialog::setTrigger(const Trigger& trigger) {
+    editedTrigger = trigger;
+    nameEdit->setText(trigger.name);
+    groupEdit->setText(trigger.group);
+    patternEdit->setText(trigger.pattern);
+    regexCheck->setChecked(trigger.regex);
+    loadCommands(trigger.commands);
+    enabledCheck->setChecked(trigger.enabled);
+}
+
+Trigger ScriptItemDialog::getTrigger() const {
+    Trigger trigger = editedTrigger;
+    trigger.name = nameEdit->text();
+    trigger.group = groupEdit->text();
+    trigger.pattern = patternEdit->text();
+    trigger.regex = regexCheck->isChecked();
+    trigger.commands = buildCommands();
+    trigger.enabled = enabledCheck->isChecked();
+    return trigger;
+}
+
+void ScriptItemDialog::setTimer(const Timer& timer) {
+    nameEdit->setText(timer.name);
+    groupEdit->setText(timer.group);
+    intervalSpin->setValue(timer.intervalMs);
+    timerTypeCombo->setCurrentIndex(timer.type == kTimerOnce ? kOnceIndex : kRepeatIndex);
+    loadCommands(timer.commands);
+    enabledCheck->setChecked(timer.enabled);
+}
+
+Timer ScriptItemDialog::getTimer() const {
+    Timer timer;
+    timer.name = nameEdit->text();
+    timer.group = groupEdit->text();
+    timer.intervalMs = intervalSpin->value();
+    timer.type = timerTypeCombo->currentIndex() == kOnceIndex ? kTimerOnce : kTimerRepeat;
+    timer.commands = buildCommands();
+    timer.enabled = enabledCheck->isChecked();
+    return timer;
+}
+
+void ScriptItemDialog::setVariable(const Variable& variable) {
+    nameEdit->setText(variable.name);
+    groupEdit->setText(variable.group);
+    valueEdit->setPlainText(variable.value);
+}
+
+Variable ScriptItemDialog::getVariable() const {
+    Variable variable;
+    variable.name = nameEdit->text();
+    variable.group = groupEdit->text();
+    variable.value = valueEdit->toPlainText();
+    return variable;
+}
+
+void ScriptItemDialog::setKeyBinding(const KeyBinding& binding) {
+    nameEdit->setText(binding.name);
+    groupEdit->setText(binding.group);
+    keySequenceEdit->setText(binding.keySequence);
+    commandsEdit->setPlainText(binding.commands);
+    enabledCheck->setChecked(binding.enabled);
+}
+
+KeyBinding ScriptItemDialog::getKeyBinding() const {
+    KeyBinding binding;
+    binding.name = nameEdit->text();
+    binding.group = groupEdit->text();
+    binding.keySequence = keySequenceEdit->text();
+    binding.commands = commandsEdit->toPlainText();
+    binding.enabled = enabledCheck->isChecked();
+    return binding;
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "storage/Scripts.h"
+
+#include <QDialog>
+#include <QMap>
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QSpinBox;
+
+// The modal form for one alias, trigger, timer, variable or key binding. The
+// editor fills it with a set… call and reads a new record with the matching
+// get… call after acceptance. A command field holds either a command list or
+// one Lua function call, written as "lua:name(arg)" or "lua:name".
+class ScriptItemDialog final : public QDialog {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ScriptItemDialog)
+
+public:
+    enum Kind {
+        AliasKind = 0,
+        TriggerKind = 1,
+        TimerKind = 2,
+        VariableKind = 3,
+        KeyBindingKind = 4
+    };
+    enum CommandMode { CommandListMode = 0, LuaFunctionMode = 1 };
+
+    explicit ScriptItemDialog(int kind, QWidget* parent = nullptr);
+
+    void setAlias(const Alias& alias);
+    Alias getAlias() const;
+    void setTrigger(const Trigger& trigger);
+    Trigger getTrigger() const;
+    void setTimer(const Timer& timer);
+    Timer getTimer() const;
+    void setVariable(const Variable& variable);
+    Variable getVariable() const;
+    void setKeyBinding(const KeyBinding& binding);
+    KeyBinding getKeyBinding() const;
+
+    void showRelevantFields();
+
+private slots:
+    void onCommandModeChanged(int mode);
+
+private:
+    void setupUi();
+    void connectSignals();
+    void setRowVisible(QWidget* field, bool visible);
+    void loadCommands(const QString& commands);
+    QString buildCommands() const;
+
+    int kind;
+    // The form does not show a trigger's highlight settings; they are kept
+    // from the trigger being edited so that saving does not reset them.
+    Trigger editedTrigger;
+
+    QLineEdit* nameEdit = nullptr;
+    QLineEdit* groupEdit = nullptr;
+    QLineEdit* aliasEdit = nullptr;
+    QWidget* patternRow = nullptr;
+    QLineEdit* patternEdit = nullptr;
+    QCheckBox* regexCheck = nullptr;
+    QSpinBox* intervalSpin = nullptr;
+    QComboBox* timerTypeCombo = nullptr;
+    QPlainTextEdit* valueEdit = nullptr;
+    QLineEdit* keySequenceEdit = nullptr;
+    QComboBox* commandModeCombo = nullptr;
+    QPlainTextEdit* commandsEdit = nullptr;
+    QLineEdit* functionEdit = nullptr;
+    QLineEdit* argEdit = nullptr;
+    QCheckBox* enabledCheck = nullptr;
+    QMap<QWidget*, QLabel*> rowLabels;
+};
