@@ -1,13 +1,3 @@
-#include "support/TestEnvironment.h"
-#include "tools/olvex-demo-server/AmbientChatter.h"
-#include "tools/olvex-demo-server/BenchLink.h"
-#include "tools/olvex-demo-server/DemoServer.h"
-#include "tools/olvex-demo-server/FloodBench.h"
-#include "tools/olvex-demo-server/FloodText.h"
-#include "tools/olvex-demo-server/MsdpReporter.h"
-#include "tools/olvex-demo-server/PingBench.h"
-#include "tools/olvex-demo-server/TelnetInput.h"
-
 #include <QHostAddress>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -18,11 +8,22 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/TestEnvironment.h"
+#include "tools/olvex-demo-server/AmbientChatter.h"
+#include "tools/olvex-demo-server/BenchLink.h"
+#include "tools/olvex-demo-server/DemoServer.h"
+#include "tools/olvex-demo-server/FloodBench.h"
+#include "tools/olvex-demo-server/FloodText.h"
+#include "tools/olvex-demo-server/MsdpReporter.h"
+#include "tools/olvex-demo-server/PingBench.h"
+#include "tools/olvex-demo-server/TelnetInput.h"
+
 namespace {
 
 constexpr int kWaitMs = 5000;
 
-QString stripAnsi(const QByteArray& line) {
+QString stripAnsi(const QByteArray& line)
+{
     static const QRegularExpression sgr(QStringLiteral("\x1b\\[[0-9;]*m"));
     return QString::fromLatin1(line).remove(sgr);
 }
@@ -32,7 +33,8 @@ QString stripAnsi(const QByteArray& line) {
 // notes anything that breaks the framing.
 class TestClient final : public QObject {
 public:
-    explicit TestClient(quint16 port) {
+    explicit TestClient(quint16 port)
+    {
         connect(&socket, &QTcpSocket::readyRead, this, [this] { onReadyRead(); });
         socket.connectToHost(QHostAddress::LocalHost, port);
         // The client announces its options first, as the Olvex client does.
@@ -44,7 +46,8 @@ public:
 
     // Waits for a line (colours removed) matching the pattern after the
     // previous match, and returns it; an empty string on timeout.
-    QString waitForLine(const QString& pattern, int timeoutMs = kWaitMs) {
+    QString waitForLine(const QString& pattern, int timeoutMs = kWaitMs)
+    {
         const QRegularExpression re(pattern);
         QString found;
         const bool matched = QTest::qWaitFor(
@@ -62,11 +65,13 @@ public:
         return matched ? found : QString();
     }
 
-    bool waitForMsdp(const QString& name, const QString& value, int timeoutMs = kWaitMs) {
+    bool waitForMsdp(const QString& name, const QString& value, int timeoutMs = kWaitMs)
+    {
         return QTest::qWaitFor([&] { return msdp.value(name) == value; }, timeoutMs);
     }
 
-    QList<int> numbersOf(const QString& name) const {
+    QList<int> numbersOf(const QString& name) const
+    {
         QList<int> numbers;
         for (const auto& [n, v] : updates) {
             if (n == name)
@@ -75,7 +80,8 @@ public:
         return numbers;
     }
 
-    QString login(const QByteArray& name) {
+    QString login(const QByteArray& name)
+    {
         if (waitForLine(QStringLiteral("By what name")).isEmpty())
             return {};
         send(name);
@@ -93,7 +99,8 @@ public:
 private:
     enum class State { Data, Iac, Option, Sub, SubIac };
 
-    void onReadyRead() {
+    void onReadyRead()
+    {
         const QByteArray bytes = socket.readAll();
         raw += bytes;
         for (char c : bytes) {
@@ -136,10 +143,10 @@ private:
 
     // Expects 69, then VAR name VAL value pairs with non-empty names and no
     // control bytes in names or values.
-    void parseMsdp(const QByteArray& payload) {
+    void parseMsdp(const QByteArray& payload)
+    {
         if (payload.size() < 2 || payload.at(0) != 69 || payload.at(1) != 1) {
-            errors
-                << QStringLiteral("bad MSDP start: %1").arg(QString::fromLatin1(payload.toHex()));
+            errors << QStringLiteral("bad MSDP start: %1").arg(QString::fromLatin1(payload.toHex()));
             return;
         }
         const QList<QByteArray> vars = payload.mid(2).split('\x01');
@@ -147,9 +154,8 @@ private:
             const int val = var.indexOf('\x02');
             const QByteArray name = var.left(val);
             const QByteArray value = var.mid(val + 1);
-            const bool clean = std::none_of(var.begin(), var.end(), [](char ch) {
-                return ch != '\x02' && ch >= 0 && ch < ' ';
-            });
+            const bool clean = std::none_of(var.begin(), var.end(),
+                                            [](char ch) { return ch != '\x02' && ch >= 0 && ch < ' '; });
             if (val <= 0 || var.count('\x02') != 1 || !clean) {
                 errors << QStringLiteral("bad MSDP pair: %1").arg(QString::fromLatin1(var.toHex()));
                 continue;
@@ -192,19 +198,22 @@ private:
     DemoServer* server = nullptr;
 };
 
-void tst_DemoServer::init() {
+void tst_DemoServer::init()
+{
     // Fast rounds and ticks keep the test short; no background chatter, so
     // every line a test sees comes from what it did.
     server = new DemoServer(DemoServer::Timing{50, 5, 0, 0}, this);
     QVERIFY(server->listen(0));
 }
 
-void tst_DemoServer::cleanup() {
+void tst_DemoServer::cleanup()
+{
     delete server;
     server = nullptr;
 }
 
-void tst_DemoServer::loginReportsEveryVariable() {
+void tst_DemoServer::loginReportsEveryVariable()
+{
     TestClient client(server->port());
     QCOMPARE(client.login("  tester  with extra words"),
              QStringLiteral("Welcome, Tester! Type 'help' for a list of commands."));
@@ -242,18 +251,18 @@ void tst_DemoServer::loginReportsEveryVariable() {
 
     // Regeneration moves the vitals, always within their maximum.
     const int first = client.numbersOf("CHARACTER_POWERLEVEL").constFirst();
-    QVERIFY(QTest::qWaitFor(
-        [&] { return client.msdp.value("CHARACTER_POWERLEVEL").toInt() > first; }, kWaitMs));
+    QVERIFY(
+        QTest::qWaitFor([&] { return client.msdp.value("CHARACTER_POWERLEVEL").toInt() > first; }, kWaitMs));
     for (int pl : client.numbersOf("CHARACTER_POWERLEVEL"))
         QVERIFY(pl <= client.msdp.value("CHARACTER_POWERLEVEL_MAX").toInt());
     QVERIFY2(client.errors.isEmpty(), qPrintable(client.errors.join('\n')));
 }
 
-void tst_DemoServer::walkingUpdatesTheRoom() {
+void tst_DemoServer::walkingUpdatesTheRoom()
+{
     TestClient client(server->port());
     QVERIFY(!client.login("Walker").isEmpty());
-    QCOMPARE(client.waitForLine(QStringLiteral("^Exits: ")),
-             QStringLiteral("Exits: north, east, west, up"));
+    QCOMPARE(client.waitForLine(QStringLiteral("^Exits: ")), QStringLiteral("Exits: north, east, west, up"));
     const QList<QStringList> steps{
         {"n", "Training Grounds", "north, south", "Sparbot, Tomo"},
         {"north", "Red Wastes", "south", "Bandit, Dustwolf"},
@@ -274,7 +283,8 @@ void tst_DemoServer::walkingUpdatesTheRoom() {
     QVERIFY(client.errors.isEmpty());
 }
 
-void tst_DemoServer::fightRunsToItsEnd() {
+void tst_DemoServer::fightRunsToItsEnd()
+{
     TestClient client(server->port());
     QVERIFY(!client.login("Fighter").isEmpty());
     client.send("kill nobody");
@@ -316,7 +326,8 @@ void tst_DemoServer::fightRunsToItsEnd() {
     QVERIFY(client.errors.isEmpty());
 }
 
-void tst_DemoServer::playersMeetAndChat() {
+void tst_DemoServer::playersMeetAndChat()
+{
     TestClient alice(server->port());
     QVERIFY(!alice.login("Alice").isEmpty());
     TestClient bob(server->port());
@@ -330,10 +341,8 @@ void tst_DemoServer::playersMeetAndChat() {
     QCOMPARE(bob.msdp.value("ROOM_CHARACTERS"), QStringLiteral("Guard, Zara, Kyren, Alice"));
 
     alice.send("ooc hello everyone");
-    QCOMPARE(bob.waitForLine(QStringLiteral("^\\[OOC\\]")),
-             QStringLiteral("[OOC] Alice: hello everyone"));
-    QCOMPARE(alice.waitForLine(QStringLiteral("^\\[OOC\\]")),
-             QStringLiteral("[OOC] Alice: hello everyone"));
+    QCOMPARE(bob.waitForLine(QStringLiteral("^\\[OOC\\]")), QStringLiteral("[OOC] Alice: hello everyone"));
+    QCOMPARE(alice.waitForLine(QStringLiteral("^\\[OOC\\]")), QStringLiteral("[OOC] Alice: hello everyone"));
     bob.send("tell ALICE meet me up north");
     QCOMPARE(alice.waitForLine(QStringLiteral("tells you:")),
              QStringLiteral("Bob tells you: meet me up north"));
@@ -346,7 +355,8 @@ void tst_DemoServer::playersMeetAndChat() {
     QVERIFY(alice.errors.isEmpty() && bob.errors.isEmpty());
 }
 
-void tst_DemoServer::floodSendsExactlyTheLines() {
+void tst_DemoServer::floodSendsExactlyTheLines()
+{
     TestClient client(server->port());
     QVERIFY(!client.login("Flooder").isEmpty());
     QVERIFY(!client.waitForLine(QStringLiteral("^> PL")).isEmpty());
@@ -367,7 +377,8 @@ void tst_DemoServer::floodSendsExactlyTheLines() {
     QVERIFY(!client.waitForLine(QStringLiteral("^Usage: flood")).isEmpty());
 }
 
-void tst_DemoServer::abruptDisconnectsAreSurvived() {
+void tst_DemoServer::abruptDisconnectsAreSurvived()
+{
     QSignalSpy closed(server, &DemoServer::connectionClosed);
     {
         TestClient flooder(server->port());
@@ -397,22 +408,20 @@ void tst_DemoServer::abruptDisconnectsAreSurvived() {
     QCOMPARE(survivor.msdp.value("ROOM_CHARACTERS"), QStringLiteral("Guard, Zara, Kyren"));
 }
 
-void tst_DemoServer::ambientChatterCoversEveryChannel() {
+void tst_DemoServer::ambientChatterCoversEveryChannel()
+{
     // The client's channel table, in its order of precedence.
     const QList<QPair<QString, QRegularExpression>> channels{
         {"OOC", QRegularExpression("\\[OOC\\]", QRegularExpression::CaseInsensitiveOption)},
         {"Chat", QRegularExpression("\\[CHAT\\]", QRegularExpression::CaseInsensitiveOption)},
-        {"Quest",
-         QRegularExpression("\\[QUEST\\]|Quest:", QRegularExpression::CaseInsensitiveOption)},
-        {"Announce",
-         QRegularExpression("\\[ANNOUNCE\\]", QRegularExpression::CaseInsensitiveOption)},
-        {"Broadcast", QRegularExpression("\\(broadcast\\)|\\[BROADCAST\\]",
-                                         QRegularExpression::CaseInsensitiveOption)},
+        {"Quest", QRegularExpression("\\[QUEST\\]|Quest:", QRegularExpression::CaseInsensitiveOption)},
+        {"Announce", QRegularExpression("\\[ANNOUNCE\\]", QRegularExpression::CaseInsensitiveOption)},
+        {"Broadcast",
+         QRegularExpression("\\(broadcast\\)|\\[BROADCAST\\]", QRegularExpression::CaseInsensitiveOption)},
         {"Combat", QRegularExpression("You hit|You dodge|You are hit|strikes at you",
                                       QRegularExpression::CaseInsensitiveOption)},
         {"Emote", QRegularExpression("^\\s*\\*\\s+\\w+")},
-        {"Tell",
-         QRegularExpression("tells you:|You tell", QRegularExpression::CaseInsensitiveOption)},
+        {"Tell", QRegularExpression("tells you:|You tell", QRegularExpression::CaseInsensitiveOption)},
         {"System", QRegularExpression("Connection|Disconnection|You have|You gain|level up",
                                       QRegularExpression::CaseInsensitiveOption)},
     };
@@ -429,12 +438,12 @@ void tst_DemoServer::ambientChatterCoversEveryChannel() {
             }
         }
     }
-    const QSet<QString> expected{"OOC",       "Chat",  "Quest", "Announce",
-                                 "Broadcast", "Emote", "Tell",  "System"};
+    const QSet<QString> expected{"OOC", "Chat", "Quest", "Announce", "Broadcast", "Emote", "Tell", "System"};
     QCOMPARE(seen, expected);
 }
 
-void tst_DemoServer::telnetInputYieldsCleanLines_data() {
+void tst_DemoServer::telnetInputYieldsCleanLines_data()
+{
     QTest::addColumn<QList<QByteArray>>("chunks");
     QTest::addColumn<QStringList>("expected");
     QTest::newRow("negotiation and keep-alive dropped")
@@ -442,8 +451,8 @@ void tst_DemoServer::telnetInputYieldsCleanLines_data() {
     QTest::newRow("sub-negotiation dropped")
         << QList<QByteArray>{QByteArrayLiteral("\xff\xfa\x18\x00xterm\xff\xf0say hi\n")}
         << QStringList{"say hi"};
-    QTest::newRow("split anywhere")
-        << QList<QByteArray>{"n\r", "\n\xff", "\xfd", "\x45s\r\n"} << QStringList{"n", "s"};
+    QTest::newRow("split anywhere") << QList<QByteArray>{"n\r", "\n\xff", "\xfd", "\x45s\r\n"}
+                                    << QStringList{"n", "s"};
     QTest::newRow("escape sequences and controls removed")
         << QList<QByteArray>{"ooc \x1b[31mred\x07\tx\r\n"} << QStringList{"ooc [31mred x"};
     QTest::newRow("utf-8 kept") << QList<QByteArray>{"say gr\xc3\xbc\xc3\x9f\r\n"}
@@ -454,7 +463,8 @@ void tst_DemoServer::telnetInputYieldsCleanLines_data() {
         << QStringList{QString(TelnetInput::kMaxLineBytes, 'a')};
 }
 
-void tst_DemoServer::telnetInputYieldsCleanLines() {
+void tst_DemoServer::telnetInputYieldsCleanLines()
+{
     QFETCH(QList<QByteArray>, chunks);
     QFETCH(QStringList, expected);
     TelnetInput input;
@@ -464,7 +474,8 @@ void tst_DemoServer::telnetInputYieldsCleanLines() {
     QCOMPARE(lines, expected);
 }
 
-void tst_DemoServer::msdpEncodingKeepsFraming() {
+void tst_DemoServer::msdpEncodingKeepsFraming()
+{
     // Control bytes would end a name or value early; a character such as U+00FF
     // must go out as UTF-8, never as the byte 255 that would end the whole
     // sub-negotiation.
@@ -478,13 +489,13 @@ void tst_DemoServer::msdpEncodingKeepsFraming() {
     QVERIFY(MsdpReporter::encode({}).isEmpty());
 
     MsdpReporter reporter;
-    QCOMPARE(reporter.changes({{"A", "1"}, {"B", "2"}}),
-             MsdpReporter::encode({{"A", "1"}, {"B", "2"}}));
+    QCOMPARE(reporter.changes({{"A", "1"}, {"B", "2"}}), MsdpReporter::encode({{"A", "1"}, {"B", "2"}}));
     QVERIFY(reporter.changes({{"A", "1"}, {"B", "2"}}).isEmpty());
     QCOMPARE(reporter.changes({{"A", "1"}, {"B", "3"}}), MsdpReporter::encode({{"B", "3"}}));
 }
 
-void tst_DemoServer::floodBenchTimesTheAck() {
+void tst_DemoServer::floodBenchTimesTheAck()
+{
     BenchLink link;
     FloodBench bench(2000, &link);
     QSignalSpy finished(&bench, &FloodBench::finished);
@@ -502,9 +513,19 @@ void tst_DemoServer::floodBenchTimesTheAck() {
         QRegularExpression("^flood lines=2000 bytes=(\\d+) ms=\\d+$").match(report);
     QVERIFY2(match.hasMatch(), qPrintable(report));
     QCOMPARE(match.captured(1).toLongLong(), qint64(client.raw.size()));
+
+    // Nobody connects: the run gives up after its time limit.
+    BenchLink idle;
+    idle.setTimeoutMs(50);
+    FloodBench unanswered(10, &idle);
+    QSignalSpy gaveUp(&unanswered, &FloodBench::finished);
+    QVERIFY(idle.listen(0));
+    QVERIFY(gaveUp.wait(kWaitMs));
+    QCOMPARE(gaveUp.at(0).at(0).toBool(), false);
 }
 
-void tst_DemoServer::pingBenchMatchesAnswers() {
+void tst_DemoServer::pingBenchMatchesAnswers()
+{
     QCOMPARE(PingBench::percentile({5, 1, 4, 2, 3}, 50), qint64(3));
     QCOMPARE(PingBench::percentile({5, 1, 4, 2, 3}, 99), qint64(5));
 

@@ -1,9 +1,9 @@
 #include "tools/olvex-demo-server/AmbientChatter.h"
 
-#include "tools/olvex-demo-server/Ansi.h"
-
 #include <QList>
 #include <QRandomGenerator>
+
+#include "tools/olvex-demo-server/Ansi.h"
 
 namespace {
 
@@ -15,7 +15,8 @@ struct Kind {
     QList<QByteArray> texts;
 };
 
-const QList<Kind>& kinds() {
+const QList<Kind>& kinds()
+{
     using namespace Ansi;
     static const QList<Kind> table{
         {QByteArray(kBoldMagenta) + "[OOC]" + kReset + " Kyren: ",
@@ -25,11 +26,10 @@ const QList<Kind>& kinds() {
          {"selling weighted boots, 40 zeni", "the Golem hits way harder since the patch",
           "who's hosting the tournament tonight?", "lfg training grounds"}},
         {QByteArray(kMagenta) + "Zara tells you: " + kReset,
-         {"hey, want to spar later?", "check the market, the pickpocket is back",
-          "nice combo earlier!", "meet me at the plaza"}},
+         {"hey, want to spar later?", "check the market, the pickpocket is back", "nice combo earlier!",
+          "meet me at the plaza"}},
         {QByteArray("* Zara ") + fg256(141),
-         {"waves at you.", "stretches and cracks her knuckles.", "grins mischievously.",
-          "bows politely."}},
+         {"waves at you.", "stretches and cracks her knuckles.", "grins mischievously.", "bows politely."}},
         {QByteArray(kBoldYellow) + "[QUEST]" + kReset + " ",
          {"Master Onji seeks a student brave enough to face the Golem.",
           "The bandits of the Red Wastes have stolen the town's sunstone shard."}},
@@ -42,8 +42,7 @@ const QList<Kind>& kinds() {
          {"Server maintenance in 2 hours. Save your progress.",
           "A meteor has been sighted over the Red Wastes!"}},
         {QByteArray(kBrightBlack),
-         {"Connection from 10.0.3.17 (Kyren) established.",
-          "You have 2 unread messages on the town board.",
+         {"Connection from 10.0.3.17 (Kyren) established.", "You have 2 unread messages on the town board.",
           "You have been awarded a daily login bonus."}},
     };
     return table;
@@ -51,11 +50,13 @@ const QList<Kind>& kinds() {
 
 } // namespace
 
-int AmbientChatter::kindCount() {
+int AmbientChatter::kindCount()
+{
     return int(kinds().size());
 }
 
-QByteArray AmbientChatter::next(QRandomGenerator& random) {
+QByteArray AmbientChatter::next(QRandomGenerator& random)
+{
     const Kind& kind = kinds().at(nextKind);
     nextKind = (nextKind + 1) % kindCount();
     return kind.prefix + kind.texts.at(random.bounded(int(kind.texts.size()))) + Ansi::kReset;

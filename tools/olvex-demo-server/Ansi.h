@@ -25,12 +25,14 @@ inline constexpr char kBoldCyan[] = "\x1b[1;36m";
 inline constexpr char kBoldMagenta[] = "\x1b[1;35m";
 
 // 256-colour foreground, e.g. 208 for the orange of fire and sand.
-inline QByteArray fg256(int index) {
+inline QByteArray fg256(int index)
+{
     return "\x1b[38;5;" + QByteArray::number(index) + 'm';
 }
 
 // Truecolour foreground, used sparingly for room titles and the banner.
-inline QByteArray rgb(int red, int green, int blue) {
+inline QByteArray rgb(int red, int green, int blue)
+{
     return "\x1b[38;2;" + QByteArray::number(red) + ';' + QByteArray::number(green) + ';' +
            QByteArray::number(blue) + 'm';
 }

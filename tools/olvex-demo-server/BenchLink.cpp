@@ -9,7 +9,8 @@ BenchLink::BenchLink(QObject* parent)
     : QObject(parent)
     , listener(new QTcpServer(this))
     , quietTimer(new QTimer(this))
-    , timeoutTimer(new QTimer(this)) {
+    , timeoutTimer(new QTimer(this))
+{
     quietTimer->setSingleShot(true);
     quietTimer->setInterval(kQuietStartMs);
     timeoutTimer->setSingleShot(true);
@@ -19,42 +20,50 @@ BenchLink::BenchLink(QObject* parent)
     connect(timeoutTimer, &QTimer::timeout, this, &BenchLink::onTimeout);
 }
 
-bool BenchLink::listen(quint16 port) {
+bool BenchLink::listen(quint16 port)
+{
     if (!listener->listen(QHostAddress::LocalHost, port))
         return false;
     timeoutTimer->start();
     return true;
 }
 
-quint16 BenchLink::port() const {
+quint16 BenchLink::port() const
+{
     return listener->serverPort();
 }
 
-QString BenchLink::errorString() const {
+QString BenchLink::errorString() const
+{
     return listener->errorString();
 }
 
-QTcpSocket* BenchLink::socket() const {
+QTcpSocket* BenchLink::socket() const
+{
     return client;
 }
 
-void BenchLink::setTimeoutMs(int ms) {
+void BenchLink::setTimeoutMs(int ms)
+{
     timeoutTimer->setInterval(ms);
     if (timeoutTimer->isActive())
         timeoutTimer->start();
 }
 
-void BenchLink::restartTimeout() {
+void BenchLink::restartTimeout()
+{
     timeoutTimer->start();
 }
 
-void BenchLink::finish() {
+void BenchLink::finish()
+{
     done = true;
     quietTimer->stop();
     timeoutTimer->stop();
 }
 
-void BenchLink::onNewConnection() {
+void BenchLink::onNewConnection()
+{
     while (QTcpSocket* socket = listener->nextPendingConnection()) {
         if (accepted || done) {
             // One client per run: a second one would spoil the measurement.
@@ -73,7 +82,8 @@ void BenchLink::onNewConnection() {
     }
 }
 
-void BenchLink::onReadyRead() {
+void BenchLink::onReadyRead()
+{
     if (!client)
         return;
     const QStringList lines = input.feed(client->readAll());
@@ -90,7 +100,8 @@ void BenchLink::onReadyRead() {
     }
 }
 
-void BenchLink::becomeReady() {
+void BenchLink::becomeReady()
+{
     if (isReady || done || !client)
         return;
     isReady = true;
@@ -98,7 +109,8 @@ void BenchLink::becomeReady() {
     emit ready();
 }
 
-void BenchLink::onDisconnected() {
+void BenchLink::onDisconnected()
+{
     if (client)
         client->deleteLater();
     client.clear();
@@ -106,7 +118,8 @@ void BenchLink::onDisconnected() {
         emit failed(QStringLiteral("the client disconnected before the run was complete"));
 }
 
-void BenchLink::onTimeout() {
+void BenchLink::onTimeout()
+{
     if (done)
         return;
     emit failed(client ? QStringLiteral("timed out after %1 s waiting for the client's answer")

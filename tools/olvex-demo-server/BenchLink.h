@@ -1,9 +1,9 @@
 #pragma once
 
-#include "tools/olvex-demo-server/TelnetInput.h"
-
 #include <QObject>
 #include <QPointer>
+
+#include "tools/olvex-demo-server/TelnetInput.h"
 
 class QTcpServer;
 class QTcpSocket;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "tools/olvex-demo-server/World.h"
-
 #include <QByteArray>
 #include <QList>
 #include <QString>
+
+#include "tools/olvex-demo-server/World.h"
 
 class QRandomGenerator;
 struct PlayerState;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "tools/olvex-demo-server/World.h"
-
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+
+#include "tools/olvex-demo-server/World.h"
 
 class PlayerConnection;
 class QTcpServer;

@@ -9,7 +9,8 @@ const char* const kFriends[] = {"Zara", "Kyren", "Tomo", "Rell", "Mika"};
 
 } // namespace
 
-QByteArray FloodText::line(qint64 index) {
+QByteArray FloodText::line(qint64 index)
+{
     using namespace Ansi;
     const QByteArray n = QByteArray::number(index);
     const QByteArray npc = kNames[index % 6];
@@ -24,9 +25,8 @@ QByteArray FloodText::line(qint64 index) {
                kBrightBlack + " [" + damage + ']' + kReset + ' ' + fg256(214) + "COMBO x" +
                QByteArray::number(1 + index % 7) + kReset;
     case 2:
-        return QByteArray(kBoldRed) + "The " + npc + " strikes at you with a crushing blow!" +
-               kReset + kBrightBlack + " [" + damage + "] " + kReset + kYellow +
-               "You stagger back." + kReset;
+        return QByteArray(kBoldRed) + "The " + npc + " strikes at you with a crushing blow!" + kReset +
+               kBrightBlack + " [" + damage + "] " + kReset + kYellow + "You stagger back." + kReset;
     case 3:
         return QByteArray(kBoldMagenta) + "[OOC]" + kReset + ' ' + friendName +
                ": anyone up for a group run to the caverns? msg " + n + kReset;

@@ -1,26 +1,30 @@
 #include "tools/olvex-demo-server/FloodWriter.h"
 
-#include "tools/olvex-demo-server/FloodText.h"
-
 #include <QTcpSocket>
+
+#include "tools/olvex-demo-server/FloodText.h"
 
 FloodWriter::FloodWriter(QTcpSocket* socket, qint64 lineCount, QByteArray trailer, QObject* parent)
     : QObject(parent)
     , socket(socket)
     , lineCount(lineCount)
-    , trailer(std::move(trailer)) {
+    , trailer(std::move(trailer))
+{
     connect(socket, &QTcpSocket::bytesWritten, this, &FloodWriter::onBytesWritten);
 }
 
-void FloodWriter::start() {
+void FloodWriter::start()
+{
     fill();
 }
 
-void FloodWriter::onBytesWritten() {
+void FloodWriter::onBytesWritten()
+{
     fill();
 }
 
-void FloodWriter::fill() {
+void FloodWriter::fill()
+{
     while (!done && socket && socket->state() == QAbstractSocket::ConnectedState &&
            socket->bytesToWrite() < kHighWater) {
         QByteArray chunk;

@@ -10,7 +10,8 @@ constexpr char kMsdp = char(69);
 constexpr char kVar = char(1);
 constexpr char kVal = char(2);
 
-QByteArray wireBytes(const QString& text) {
+QByteArray wireBytes(const QString& text)
+{
     QByteArray bytes = text.toUtf8();
     bytes.removeIf([](char c) { return c == kIac || (c >= 0 && c < ' '); });
     return bytes;
@@ -18,12 +19,14 @@ QByteArray wireBytes(const QString& text) {
 
 } // namespace
 
-QByteArray MsdpReporter::announcement() {
+QByteArray MsdpReporter::announcement()
+{
     const char bytes[] = {kIac, kWill, kMsdp};
     return QByteArray(bytes, sizeof bytes);
 }
 
-QByteArray MsdpReporter::encode(const MsdpVariables& variables) {
+QByteArray MsdpReporter::encode(const MsdpVariables& variables)
+{
     if (variables.isEmpty())
         return {};
     const char start[] = {kIac, kSb, kMsdp};
@@ -39,7 +42,8 @@ QByteArray MsdpReporter::encode(const MsdpVariables& variables) {
     return out;
 }
 
-QByteArray MsdpReporter::changes(const MsdpVariables& current) {
+QByteArray MsdpReporter::changes(const MsdpVariables& current)
+{
     MsdpVariables changed;
     for (const auto& pair : current) {
         auto it = lastSent.constFind(pair.first);

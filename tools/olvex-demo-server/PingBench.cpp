@@ -1,22 +1,24 @@
 #include "tools/olvex-demo-server/PingBench.h"
 
-#include "tools/olvex-demo-server/BenchLink.h"
-
 #include <QRegularExpression>
 #include <QTcpSocket>
 
 #include <algorithm>
 
+#include "tools/olvex-demo-server/BenchLink.h"
+
 PingBench::PingBench(int count, BenchLink* link, QObject* parent)
     : QObject(parent)
     , link(link)
-    , count(count) {
+    , count(count)
+{
     connect(link, &BenchLink::ready, this, &PingBench::onReady);
     connect(link, &BenchLink::lineReceived, this, &PingBench::onLineReceived);
     connect(link, &BenchLink::failed, this, &PingBench::onFailed);
 }
 
-qint64 PingBench::percentile(QList<qint64> samples, int percent) {
+qint64 PingBench::percentile(QList<qint64> samples, int percent)
+{
     if (samples.isEmpty())
         return 0;
     std::sort(samples.begin(), samples.end());
@@ -24,12 +26,14 @@ qint64 PingBench::percentile(QList<qint64> samples, int percent) {
     return samples.at(std::clamp<qint64>(rank, 1, samples.size()) - 1);
 }
 
-void PingBench::onReady() {
+void PingBench::onReady()
+{
     roundTripsUs.reserve(count);
     sendPing();
 }
 
-void PingBench::sendPing() {
+void PingBench::sendPing()
+{
     ++current;
     link->restartTimeout();
     clock.start();
@@ -37,7 +41,8 @@ void PingBench::sendPing() {
     link->socket()->flush();
 }
 
-void PingBench::onLineReceived(const QString& line) {
+void PingBench::onLineReceived(const QString& line)
+{
     static const QRegularExpression pong(QStringLiteral("BENCH-PONG (\\d+)"));
     const QRegularExpressionMatch match = pong.match(line);
     // Stray or late answers (a client that echoes, a trigger that fires
@@ -57,7 +62,8 @@ void PingBench::onLineReceived(const QString& line) {
                             .arg(percentile(roundTripsUs, 100)));
 }
 
-void PingBench::onFailed(const QString& reason) {
+void PingBench::onFailed(const QString& reason)
+{
     link->finish();
     emit finished(false, QStringLiteral("ping benchmark failed: %1").arg(reason));
 }

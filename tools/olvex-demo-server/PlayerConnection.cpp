@@ -1,13 +1,13 @@
 #include "tools/olvex-demo-server/PlayerConnection.h"
 
-#include "tools/olvex-demo-server/Ansi.h"
-#include "tools/olvex-demo-server/DemoServer.h"
-#include "tools/olvex-demo-server/FloodWriter.h"
-
 #include <QHash>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
+
+#include "tools/olvex-demo-server/Ansi.h"
+#include "tools/olvex-demo-server/DemoServer.h"
+#include "tools/olvex-demo-server/FloodWriter.h"
 
 namespace {
 
@@ -16,13 +16,15 @@ constexpr qint64 kMaxFloodLines = 1000000;
 constexpr qint64 kDefaultFloodLines = 100;
 constexpr int kTellReplyMs = 1200;
 
-QByteArray utf8(const QString& text) {
+QByteArray utf8(const QString& text)
+{
     return text.toUtf8();
 }
 
 // The first word of what was typed, letters, digits and "_" only, capitalised:
 // names end up in the occupants list, which the client splits at blanks.
-QString playerNameFrom(const QString& line) {
+QString playerNameFrom(const QString& line)
+{
     static const QRegularExpression notNameChar(QStringLiteral("[^A-Za-z0-9_]"));
     QString name = line.trimmed().section(QLatin1Char(' '), 0, 0);
     name.remove(notNameChar);
@@ -32,23 +34,22 @@ QString playerNameFrom(const QString& line) {
     return name;
 }
 
-QByteArray banner() {
+QByteArray banner()
+{
     using namespace Ansi;
     QByteArray out;
     const char* const art[] = {
-        "   ___  _                  ",     "  / _ \\| |_   _______  __ ",
-        " | | | | \\ \\ / / _ \\ \\/ / ",  " | |_| | |\\ V /  __/>  <  ",
-        "  \\___/|_| \\_/ \\___/_/\\_\\ ",
+        "   ___  _                  ", "  / _ \\| |_   _______  __ ",     " | | | | \\ \\ / / _ \\ \\/ / ",
+        " | |_| | |\\ V /  __/>  <  ", "  \\___/|_| \\_/ \\___/_/\\_\\ ",
     };
     int row = 0;
     for (const char* line : art) {
         out += QByteArray(kBold) + rgb(255, 107 + row * 10, row * 8) + line + kReset + '\n';
         ++row;
     }
-    out += QByteArray(kCyan) + "   Welcome to the Olvex demo realm: a tiny world of ki and fists." +
-           kReset + '\n';
-    out +=
-        QByteArray(kBrightBlack) + "   Every name is free here; nothing is saved." + kReset + '\n';
+    out += QByteArray(kCyan) + "   Welcome to the Olvex demo realm: a tiny world of ki and fists." + kReset +
+           '\n';
+    out += QByteArray(kBrightBlack) + "   Every name is free here; nothing is saved." + kReset + '\n';
     return out;
 }
 
@@ -61,7 +62,8 @@ PlayerConnection::PlayerConnection(QTcpSocket* socket, DemoServer* server)
     , regenTimer(new QTimer(this))
     , combatTimer(new QTimer(this))
     , ambientTimer(new QTimer(this))
-    , random(QRandomGenerator::global()->generate()) {
+    , random(QRandomGenerator::global()->generate())
+{
     socket->setParent(this);
     regenTimer->setInterval(server->timing().regenMs);
     combatTimer->setInterval(server->timing().roundMs);
@@ -81,25 +83,28 @@ PlayerConnection::PlayerConnection(QTcpSocket* socket, DemoServer* server)
     greet();
 }
 
-void PlayerConnection::greet() {
+void PlayerConnection::greet()
+{
     // Our one telnet offer. A client that ignores negotiation shows the
     // option byte as the letter "E"; drawing it black on black on a line of
     // its own keeps it out of sight.
     socket->write(QByteArray(Ansi::kBlack) + MsdpReporter::announcement() + Ansi::kReset + '\n');
     socket->write(banner());
-    writeLine(QByteArray(Ansi::kBoldYellow) + "By what name do you wish to be known?" +
-              Ansi::kReset);
+    writeLine(QByteArray(Ansi::kBoldYellow) + "By what name do you wish to be known?" + Ansi::kReset);
 }
 
-void PlayerConnection::deliver(const QByteArray& line) {
+void PlayerConnection::deliver(const QByteArray& line)
+{
     writeLine(line);
 }
 
-void PlayerConnection::refreshRoom() {
+void PlayerConnection::refreshRoom()
+{
     pushMsdp();
 }
 
-void PlayerConnection::onReadyRead() {
+void PlayerConnection::onReadyRead()
+{
     const QStringList lines = input.feed(socket->readAll());
     for (const QString& line : lines) {
         if (!open)
@@ -111,7 +116,8 @@ void PlayerConnection::onReadyRead() {
     }
 }
 
-void PlayerConnection::onDisconnected() {
+void PlayerConnection::onDisconnected()
+{
     if (!open)
         return;
     open = false;
@@ -121,7 +127,8 @@ void PlayerConnection::onDisconnected() {
     emit closed(this);
 }
 
-void PlayerConnection::login(const QString& line) {
+void PlayerConnection::login(const QString& line)
+{
     const QString name = playerNameFrom(line);
     if (name.isEmpty()) {
         writeLine("Please choose a name of letters and digits:");
@@ -147,7 +154,8 @@ void PlayerConnection::login(const QString& line) {
     startAmbientTimer();
 }
 
-PlayerConnection::Handler PlayerConnection::handlerFor(const QString& word) {
+PlayerConnection::Handler PlayerConnection::handlerFor(const QString& word)
+{
     static const QHash<QString, Handler> handlers{
         {QStringLiteral("look"), &PlayerConnection::look},
         {QStringLiteral("l"), &PlayerConnection::look},
@@ -169,7 +177,8 @@ PlayerConnection::Handler PlayerConnection::handlerFor(const QString& word) {
     return handlers.value(word, nullptr);
 }
 
-void PlayerConnection::runCommand(const QString& line) {
+void PlayerConnection::runCommand(const QString& line)
+{
     const QString trimmed = line.trimmed();
     const QString word = trimmed.section(QLatin1Char(' '), 0, 0).toLower();
     const QString argument = trimmed.section(QLatin1Char(' '), 1).trimmed();
@@ -191,19 +200,21 @@ void PlayerConnection::runCommand(const QString& line) {
     sendPrompt();
 }
 
-void PlayerConnection::look(const QString&) {
+void PlayerConnection::look(const QString&)
+{
     const Room* room = server->world().room(state.roomId);
     if (!room)
         return;
     QStringList others = room->npcs + room->regulars + server->playersInRoom(room->id, this);
-    socket->write(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) +
-                  Ansi::kReset + '\n' + room->description);
+    socket->write(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset + '\n' +
+                  room->description);
     writeLine(QByteArray(Ansi::kGreen) + "Exits: " + utf8(World::exitList(*room)) + Ansi::kReset);
-    writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) +
-              '.' + Ansi::kReset);
+    writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) + '.' +
+              Ansi::kReset);
 }
 
-void PlayerConnection::move(const QString& direction) {
+void PlayerConnection::move(const QString& direction)
+{
     const Room* room = server->world().room(state.roomId);
     const QString target = room ? World::exitTarget(*room, direction) : QString();
     if (combat) {
@@ -222,27 +233,27 @@ void PlayerConnection::move(const QString& direction) {
     server->tellRoom(from, utf8(state.name) + " leaves " + utf8(direction) + '.', this);
     state.roomId = target;
     state.fatigue = std::max(0, state.fatigue - 1);
-    server->tellRoom(
-        target, utf8(state.name) + " arrives from the " + utf8(World::opposite(direction)) + '.',
-        this);
+    server->tellRoom(target, utf8(state.name) + " arrives from the " + utf8(World::opposite(direction)) + '.',
+                     this);
     look({});
     server->roomOccupantsChanged(from);
     server->roomOccupantsChanged(target);
 }
 
-void PlayerConnection::say(const QString& text) {
+void PlayerConnection::say(const QString& text)
+{
     if (text.isEmpty()) {
         writeLine("Say what?");
         return;
     }
     writeLine(QByteArray(Ansi::kCyan) + "You say '" + utf8(text) + "'" + Ansi::kReset);
     server->tellRoom(state.roomId,
-                     QByteArray(Ansi::kCyan) + utf8(state.name) + " says '" + utf8(text) + "'" +
-                         Ansi::kReset,
+                     QByteArray(Ansi::kCyan) + utf8(state.name) + " says '" + utf8(text) + "'" + Ansi::kReset,
                      this);
 }
 
-void PlayerConnection::tell(const QString& argument) {
+void PlayerConnection::tell(const QString& argument)
+{
     const QString who = argument.section(QLatin1Char(' '), 0, 0);
     const QString text = argument.section(QLatin1Char(' '), 1).trimmed();
     if (who.isEmpty() || text.isEmpty()) {
@@ -254,10 +265,10 @@ void PlayerConnection::tell(const QString& argument) {
     if (target == this) {
         writeLine("You mutter to yourself. Nobody answers.");
     } else if (target) {
-        target->deliver(QByteArray(Ansi::kMagenta) + utf8(state.name) +
-                        " tells you: " + Ansi::kReset + utf8(text));
-        writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " +
-                  Ansi::kReset + utf8(text));
+        target->deliver(QByteArray(Ansi::kMagenta) + utf8(state.name) + " tells you: " + Ansi::kReset +
+                        utf8(text));
+        writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " + Ansi::kReset +
+                  utf8(text));
     } else if (!regular.isEmpty()) {
         writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(regular) + ": " + Ansi::kReset +
                   utf8(text));
@@ -271,36 +282,41 @@ void PlayerConnection::tell(const QString& argument) {
     }
 }
 
-void PlayerConnection::ooc(const QString& text) {
+void PlayerConnection::ooc(const QString& text)
+{
     if (text.isEmpty()) {
         writeLine("Say what on the OOC channel?");
         return;
     }
-    server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' +
-                      utf8(state.name) + ": " + utf8(text));
+    server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' + utf8(state.name) +
+                      ": " + utf8(text));
 }
 
-void PlayerConnection::chat(const QString& text) {
+void PlayerConnection::chat(const QString& text)
+{
     if (text.isEmpty()) {
         writeLine("Say what on the chat channel?");
         return;
     }
-    server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' +
-                      utf8(state.name) + ": " + utf8(text));
+    server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' + utf8(state.name) + ": " +
+                      utf8(text));
 }
 
-void PlayerConnection::score(const QString&) {
+void PlayerConnection::score(const QString&)
+{
     writeLines(state.scoreSheet());
 }
 
-void PlayerConnection::who(const QString&) {
+void PlayerConnection::who(const QString&)
+{
     writeLine(QByteArray(Ansi::kBold) + "Players in the realm:" + Ansi::kReset);
     const QStringList names = server->playerNames() + server->world().regulars();
     for (const QString& name : names)
         writeLine("  " + utf8(name));
 }
 
-void PlayerConnection::kill(const QString& target) {
+void PlayerConnection::kill(const QString& target)
+{
     if (target.isEmpty() && !combat) {
         writeLine("Kill whom?");
         return;
@@ -308,7 +324,8 @@ void PlayerConnection::kill(const QString& target) {
     attack(target);
 }
 
-void PlayerConnection::attack(const QString& target) {
+void PlayerConnection::attack(const QString& target)
+{
     if (combat) {
         writeLine("You are already fighting the " + utf8(combat->opponentName()) + '!');
         return;
@@ -316,8 +333,7 @@ void PlayerConnection::attack(const QString& target) {
     const Room* room = server->world().room(state.roomId);
     if (!room)
         return;
-    const QString npcName =
-        target.isEmpty() ? room->npcs.value(0) : server->world().findNpc(*room, target);
+    const QString npcName = target.isEmpty() ? room->npcs.value(0) : server->world().findNpc(*room, target);
     const Npc* npc = server->world().npc(npcName);
     if (!npc) {
         if (!server->world().findRegular(target).isEmpty() || server->findPlayer(target))
@@ -328,14 +344,13 @@ void PlayerConnection::attack(const QString& target) {
     }
     state.resting = false;
     combat.emplace(*npc);
-    writeLine(QByteArray(Ansi::kBoldRed) + "You attack the " + utf8(npc->name) + '!' +
-              Ansi::kReset);
-    server->tellRoom(state.roomId, utf8(state.name) + " attacks the " + utf8(npc->name) + '!',
-                     this);
+    writeLine(QByteArray(Ansi::kBoldRed) + "You attack the " + utf8(npc->name) + '!' + Ansi::kReset);
+    server->tellRoom(state.roomId, utf8(state.name) + " attacks the " + utf8(npc->name) + '!', this);
     combatTimer->start();
 }
 
-void PlayerConnection::flee(const QString&) {
+void PlayerConnection::flee(const QString&)
+{
     if (!combat) {
         writeLine("You are not fighting anyone.");
         return;
@@ -345,7 +360,8 @@ void PlayerConnection::flee(const QString&) {
     endFight();
 }
 
-void PlayerConnection::rest(const QString&) {
+void PlayerConnection::rest(const QString&)
+{
     if (combat)
         writeLine("You cannot rest in the middle of a fight!");
     else if (state.isRested())
@@ -359,13 +375,15 @@ void PlayerConnection::rest(const QString&) {
     }
 }
 
-void PlayerConnection::quit(const QString&) {
+void PlayerConnection::quit(const QString&)
+{
     writeLine("Goodbye, " + utf8(state.name) + ". Come back soon!");
     // Pending output is still sent before the link closes.
     socket->disconnectFromHost();
 }
 
-void PlayerConnection::help(const QString&) {
+void PlayerConnection::help(const QString&)
+{
     const QList<QByteArray> lines{
         QByteArray(Ansi::kBold) + "Commands:" + Ansi::kReset,
         "  look (l)                 describe the room",
@@ -382,7 +400,8 @@ void PlayerConnection::help(const QString&) {
     writeLines(lines);
 }
 
-void PlayerConnection::flood(const QString& count) {
+void PlayerConnection::flood(const QString& count)
+{
     bool ok = false;
     qint64 lines = count.isEmpty() ? kDefaultFloodLines : count.toLongLong(&ok);
     if (!count.isEmpty() && (!ok || lines < 1 || lines > kMaxFloodLines)) {
@@ -403,7 +422,8 @@ void PlayerConnection::flood(const QString& count) {
     floodWriter->start();
 }
 
-void PlayerConnection::onRegenTick() {
+void PlayerConnection::onRegenTick()
+{
     const QList<QByteArray> lines = state.regenerate();
     if (!lines.isEmpty()) {
         writeLines(lines);
@@ -412,7 +432,8 @@ void PlayerConnection::onRegenTick() {
     pushMsdp();
 }
 
-void PlayerConnection::onCombatRound() {
+void PlayerConnection::onCombatRound()
+{
     if (!combat) {
         combatTimer->stop();
         return;
@@ -427,12 +448,14 @@ void PlayerConnection::onCombatRound() {
     sendPrompt();
 }
 
-void PlayerConnection::endFight() {
+void PlayerConnection::endFight()
+{
     combat.reset();
     combatTimer->stop();
 }
 
-void PlayerConnection::startAmbientTimer() {
+void PlayerConnection::startAmbientTimer()
+{
     const auto& timing = server->timing();
     if (timing.ambientMaxMs <= 0)
         return;
@@ -440,26 +463,31 @@ void PlayerConnection::startAmbientTimer() {
     ambientTimer->start(timing.ambientMinMs + int(random.bounded(spread + 1)));
 }
 
-void PlayerConnection::onAmbientTick() {
+void PlayerConnection::onAmbientTick()
+{
     writeLine(chatter.next(random));
     startAmbientTimer();
 }
 
-void PlayerConnection::writeLine(const QByteArray& line) {
+void PlayerConnection::writeLine(const QByteArray& line)
+{
     if (open && socket->state() == QAbstractSocket::ConnectedState)
         socket->write(line + '\n');
 }
 
-void PlayerConnection::writeLines(const QList<QByteArray>& lines) {
+void PlayerConnection::writeLines(const QList<QByteArray>& lines)
+{
     for (const QByteArray& line : lines)
         writeLine(line);
 }
 
-void PlayerConnection::sendPrompt() {
+void PlayerConnection::sendPrompt()
+{
     writeLine(state.prompt(combat ? combat->status() : QString()));
 }
 
-void PlayerConnection::pushMsdp() {
+void PlayerConnection::pushMsdp()
+{
     if (!playing || !open || socket->state() != QAbstractSocket::ConnectedState)
         return;
     const QByteArray bytes = msdp.changes(msdpVariables());
@@ -467,7 +495,8 @@ void PlayerConnection::pushMsdp() {
         socket->write(bytes);
 }
 
-MsdpVariables PlayerConnection::msdpVariables() const {
+MsdpVariables PlayerConnection::msdpVariables() const
+{
     const Room* room = server->world().room(state.roomId);
     QStringList occupants;
     if (room)

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "tools/olvex-demo-server/AmbientChatter.h"
-#include "tools/olvex-demo-server/Combat.h"
-#include "tools/olvex-demo-server/MsdpReporter.h"
-#include "tools/olvex-demo-server/PlayerState.h"
-#include "tools/olvex-demo-server/TelnetInput.h"
-
 #include <QObject>
 #include <QPointer>
 #include <QRandomGenerator>
 
 #include <optional>
+
+#include "tools/olvex-demo-server/AmbientChatter.h"
+#include "tools/olvex-demo-server/Combat.h"
+#include "tools/olvex-demo-server/MsdpReporter.h"
+#include "tools/olvex-demo-server/PlayerState.h"
+#include "tools/olvex-demo-server/TelnetInput.h"
 
 class DemoServer;
 class FloodWriter;

@@ -28,9 +28,7 @@ struct PlayerState {
 
     // Experience that completes the current level.
     int experienceForNextLevel() const { return level * 220; }
-    bool isRested() const {
-        return powerLevel == powerLevelMax && ki == kiMax && fatigue == fatigueMax;
-    }
+    bool isRested() const { return powerLevel == powerLevelMax && ki == kiMax && fatigue == fatigueMax; }
 
     // One regeneration tick; resting recovers ki and fatigue quickly. Returns
     // the lines to show (the moment a resting player is fully recovered).

@@ -8,7 +8,8 @@ constexpr unsigned char kSe = 240;
 constexpr unsigned char kWill = 251;
 constexpr unsigned char kDont = 254;
 
-QString cleanLine(const QByteArray& bytes) {
+QString cleanLine(const QByteArray& bytes)
+{
     QString text = QString::fromUtf8(bytes);
     QString clean;
     clean.reserve(text.size());
@@ -23,7 +24,8 @@ QString cleanLine(const QByteArray& bytes) {
 
 } // namespace
 
-QStringList TelnetInput::feed(const QByteArray& bytes) {
+QStringList TelnetInput::feed(const QByteArray& bytes)
+{
     QStringList lines;
     for (char byte : bytes) {
         const auto b = static_cast<unsigned char>(byte);
@@ -64,7 +66,8 @@ QStringList TelnetInput::feed(const QByteArray& bytes) {
     return lines;
 }
 
-void TelnetInput::finishLine(QStringList& lines) {
+void TelnetInput::finishLine(QStringList& lines)
+{
     lines << cleanLine(pendingLine);
     pendingLine.clear();
 }

@@ -9,32 +9,35 @@
 // The first line on standard output is always "listening <port>", so a
 // script can start the server on port 0 and learn where to connect.
 
-#include "tools/olvex-demo-server/BenchLink.h"
-#include "tools/olvex-demo-server/DemoServer.h"
-#include "tools/olvex-demo-server/FloodBench.h"
-#include "tools/olvex-demo-server/PingBench.h"
-
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
 #include <cstdio>
 
+#include "tools/olvex-demo-server/BenchLink.h"
+#include "tools/olvex-demo-server/DemoServer.h"
+#include "tools/olvex-demo-server/FloodBench.h"
+#include "tools/olvex-demo-server/PingBench.h"
+
 namespace {
 
 constexpr quint16 kDefaultPort = 4000;
 
-void announcePort(quint16 port) {
+void announcePort(quint16 port)
+{
     std::printf("listening %u\n", unsigned(port));
     std::fflush(stdout);
 }
 
-int fail(const QString& message) {
+int fail(const QString& message)
+{
     std::fprintf(stderr, "olvex-demo-server: %s\n", qPrintable(message));
     return 1;
 }
 
 // Prints the bench's result and leaves the event loop with its status.
-template <typename Bench> void reportWhenFinished(Bench* bench) {
+template <typename Bench> void reportWhenFinished(Bench* bench)
+{
     QObject::connect(bench, &Bench::finished, qApp, [](bool ok, const QString& report) {
         std::fprintf(ok ? stdout : stderr, "%s\n", qPrintable(report));
         std::fflush(stdout);
@@ -44,7 +47,8 @@ template <typename Bench> void reportWhenFinished(Bench* bench) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("olvex-demo-server"));
 
@@ -53,9 +57,8 @@ int main(int argc, char** argv) {
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("port"),
                                  QStringLiteral("Port on 127.0.0.1 (default 4000; 0 = any free)."));
-    const QCommandLineOption portOption(QStringLiteral("port"),
-                                        QStringLiteral("Port on 127.0.0.1 (0 = any free)."),
-                                        QStringLiteral("P"));
+    const QCommandLineOption portOption(
+        QStringLiteral("port"), QStringLiteral("Port on 127.0.0.1 (0 = any free)."), QStringLiteral("P"));
     const QCommandLineOption floodOption(
         QStringLiteral("bench-flood"),
         QStringLiteral("Send N lines and a sentinel to the first client, time its BENCH-ACK."),
