@@ -1,0 +1,532 @@
+#include "tools/olvex-demo-server/PlayerConnection.h"
+
+#include <QHash>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include "tools/olvex-demo-server/Ansi.h"
+#include "tools/olvex-demo-server/DemoServer.h"
+#include "tools/olvex-demo-server/FloodWriter.h"
+
+namespace {
+
+constexpr int kMaxNameLength = 16;
+constexpr qint64 kMaxFloodLines = 1000000;
+constexpr qint64 kDefaultFloodLines = 100;
+constexpr int kTellReplyMs = 1200;
+
+QByteArray utf8(const QString& text)
+{
+    return text.toUtf8();
+}
+
+// The first word of what was typed, letters, digits and "_" only, capitalised:
+// names end up in the occupants list, which the client splits at blanks.
+QString playerNameFrom(const QString& line)
+{
+    static const QRegularExpression notNameChar(QStringLiteral("[^A-Za-z0-9_]"));
+    QString name = line.trimmed().section(QLatin1Char(' '), 0, 0);
+    name.remove(notNameChar);
+    name.truncate(kMaxNameLength);
+    if (!name.isEmpty())
+        name[0] = name[0].toUpper();
+    return name;
+}
+
+QByteArray banner()
+{
+    using namespace Ansi;
+    QByteArray out;
+    const char* const art[] = {
+        "   ___  _                  ", "  / _ \\| |_   _______  __ ",     " | | | | \\ \\ / / _ \\ \\/ / ",
+        " | |_| | |\\ V /  __/>  <  ", "  \\___/|_| \\_/ \\___/_/\\_\\ ",
+    };
+    int row = 0;
+    for (const char* line : art) {
+        out += QByteArray(kBold) + rgb(255, 107 + row * 10, row * 8) + line + kReset + '\n';
+        ++row;
+    }
+    out += QByteArray(kCyan) + "   Welcome to the Olvex demo realm: a tiny world of ki and fists." + kReset +
+           '\n';
+    out += QByteArray(kBrightBlack) + "   Every name is free here; nothing is saved." + kReset + '\n';
+    return out;
+}
+
+} // namespace
+
+PlayerConnection::PlayerConnection(QTcpSocket* socket, DemoServer* server)
+    : QObject(server)
+    , server(server)
+    , socket(socket)
+    , regenTimer(new QTimer(this))
+    , combatTimer(new QTimer(this))
+    , ambientTimer(new QTimer(this))
+    , random(QRandomGenerator::global()->generate())
+{
+    socket->setParent(this);
+    regenTimer->setInterval(server->timing().regenMs);
+    combatTimer->setInterval(server->timing().roundMs);
+    ambientTimer->setSingleShot(true);
+    connect(socket, &QTcpSocket::readyRead, this, &PlayerConnection::onReadyRead);
+    connect(socket, &QTcpSocket::disconnected, this, &PlayerConnection::onDisconnected);
+    connect(regenTimer, &QTimer::timeout, this, &PlayerConnection::onRegenTick);
+    connect(combatTimer, &QTimer::timeout, this, &PlayerConnection::onCombatRound);
+    connect(ambientTimer, &QTimer::timeout, this, &PlayerConnection::onAmbientTick);
+
+    if (socket->state() != QAbstractSocket::ConnectedState) {
+        // Gone before we got to it: report the close from the event loop, as
+        // the server is still busy setting this connection up.
+        QMetaObject::invokeMethod(this, &PlayerConnection::onDisconnected, Qt::QueuedConnection);
+        return;
+    }
+    greet();
+}
+
+void PlayerConnection::greet()
+{
+    // Our one telnet offer. A client that ignores negotiation shows the
+    // option byte as the letter "E"; drawing it black on black on a line of
+    // its own keeps it out of sight.
+    socket->write(QByteArray(Ansi::kBlack) + MsdpReporter::announcement() + Ansi::kReset + '\n');
+    socket->write(banner());
+    writeLine(QByteArray(Ansi::kBoldYellow) + "By what name do you wish to be known?" + Ansi::kReset);
+}
+
+void PlayerConnection::deliver(const QByteArray& line)
+{
+    writeLine(line);
+}
+
+void PlayerConnection::refreshRoom()
+{
+    pushMsdp();
+}
+
+void PlayerConnection::onReadyRead()
+{
+    const QStringList lines = input.feed(socket->readAll());
+    for (const QString& line : lines) {
+        if (!open)
+            return;
+        if (playing)
+            runCommand(line);
+        else
+            login(line);
+    }
+}
+
+void PlayerConnection::onDisconnected()
+{
+    if (!open)
+        return;
+    open = false;
+    regenTimer->stop();
+    combatTimer->stop();
+    ambientTimer->stop();
+    emit closed(this);
+}
+
+void PlayerConnection::login(const QString& line)
+{
+    const QString name = playerNameFrom(line);
+    if (name.isEmpty()) {
+        writeLine("Please choose a name of letters and digits:");
+        return;
+    }
+    if (server->findPlayer(name)) {
+        writeLine("Someone called " + utf8(name) + " is already here. Try another name:");
+        return;
+    }
+    state.name = name;
+    state.roomId = server->world().startRoomId();
+    playing = true;
+    writeLine(QByteArray(Ansi::kBoldGreen) + "Welcome, " + utf8(name) +
+              "! Type 'help' for a list of commands." + Ansi::kReset);
+    server->broadcast(QByteArray(Ansi::kBrightBlack) + "Connection from " + utf8(name) +
+                          ": a new fighter enters the realm." + Ansi::kReset,
+                      this);
+    look({});
+    server->roomOccupantsChanged(state.roomId);
+    pushMsdp();
+    sendPrompt();
+    regenTimer->start();
+    startAmbientTimer();
+}
+
+PlayerConnection::Handler PlayerConnection::handlerFor(const QString& word)
+{
+    static const QHash<QString, Handler> handlers{
+        {QStringLiteral("look"), &PlayerConnection::look},
+        {QStringLiteral("l"), &PlayerConnection::look},
+        {QStringLiteral("say"), &PlayerConnection::say},
+        {QStringLiteral("tell"), &PlayerConnection::tell},
+        {QStringLiteral("ooc"), &PlayerConnection::ooc},
+        {QStringLiteral("chat"), &PlayerConnection::chat},
+        {QStringLiteral("score"), &PlayerConnection::score},
+        {QStringLiteral("who"), &PlayerConnection::who},
+        {QStringLiteral("kill"), &PlayerConnection::kill},
+        {QStringLiteral("k"), &PlayerConnection::kill},
+        {QStringLiteral("attack"), &PlayerConnection::attack},
+        {QStringLiteral("flee"), &PlayerConnection::flee},
+        {QStringLiteral("rest"), &PlayerConnection::rest},
+        {QStringLiteral("quit"), &PlayerConnection::quit},
+        {QStringLiteral("help"), &PlayerConnection::help},
+        {QStringLiteral("flood"), &PlayerConnection::flood},
+    };
+    return handlers.value(word, nullptr);
+}
+
+void PlayerConnection::runCommand(const QString& line)
+{
+    const QString trimmed = line.trimmed();
+    const QString word = trimmed.section(QLatin1Char(' '), 0, 0).toLower();
+    const QString argument = trimmed.section(QLatin1Char(' '), 1).trimmed();
+    const QString direction = World::direction(word);
+    if (word.isEmpty()) {
+        sendPrompt();
+        return;
+    }
+    if (!direction.isEmpty()) {
+        move(direction);
+    } else if (Handler handler = handlerFor(word)) {
+        (this->*handler)(argument);
+        if (word == QLatin1String("quit") || word == QLatin1String("flood"))
+            return; // no prompt after goodbye; a flood prompts when it ends
+    } else {
+        writeLine("Huh? Type 'help' for a list of commands.");
+    }
+    pushMsdp();
+    sendPrompt();
+}
+
+void PlayerConnection::look(const QString&)
+{
+    const Room* room = server->world().room(state.roomId);
+    if (!room)
+        return;
+    QStringList others = room->npcs + room->regulars + server->playersInRoom(room->id, this);
+    socket->write(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset + '\n' +
+                  room->description);
+    writeLine(QByteArray(Ansi::kGreen) + "Exits: " + utf8(World::exitList(*room)) + Ansi::kReset);
+    writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) + '.' +
+              Ansi::kReset);
+}
+
+void PlayerConnection::move(const QString& direction)
+{
+    const Room* room = server->world().room(state.roomId);
+    const QString target = room ? World::exitTarget(*room, direction) : QString();
+    if (combat) {
+        writeLine("You are in the middle of a fight! Try 'flee' first.");
+        return;
+    }
+    if (target.isEmpty()) {
+        writeLine("You cannot go that way.");
+        return;
+    }
+    if (state.resting) {
+        state.resting = false;
+        writeLine("You stop meditating and get to your feet.");
+    }
+    const QString from = state.roomId;
+    server->tellRoom(from, utf8(state.name) + " leaves " + utf8(direction) + '.', this);
+    state.roomId = target;
+    state.fatigue = std::max(0, state.fatigue - 1);
+    server->tellRoom(target, utf8(state.name) + " arrives from the " + utf8(World::opposite(direction)) + '.',
+                     this);
+    look({});
+    server->roomOccupantsChanged(from);
+    server->roomOccupantsChanged(target);
+}
+
+void PlayerConnection::say(const QString& text)
+{
+    if (text.isEmpty()) {
+        writeLine("Say what?");
+        return;
+    }
+    writeLine(QByteArray(Ansi::kCyan) + "You say '" + utf8(text) + "'" + Ansi::kReset);
+    server->tellRoom(state.roomId,
+                     QByteArray(Ansi::kCyan) + utf8(state.name) + " says '" + utf8(text) + "'" + Ansi::kReset,
+                     this);
+}
+
+void PlayerConnection::tell(const QString& argument)
+{
+    const QString who = argument.section(QLatin1Char(' '), 0, 0);
+    const QString text = argument.section(QLatin1Char(' '), 1).trimmed();
+    if (who.isEmpty() || text.isEmpty()) {
+        writeLine("Tell whom what?");
+        return;
+    }
+    PlayerConnection* target = server->findPlayer(who);
+    const QString regular = server->world().findRegular(who);
+    if (target == this) {
+        writeLine("You mutter to yourself. Nobody answers.");
+    } else if (target) {
+        target->deliver(QByteArray(Ansi::kMagenta) + utf8(state.name) + " tells you: " + Ansi::kReset +
+                        utf8(text));
+        writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " + Ansi::kReset +
+                  utf8(text));
+    } else if (!regular.isEmpty()) {
+        writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(regular) + ": " + Ansi::kReset +
+                  utf8(text));
+        // The regulars are not real players, but they do answer.
+        QTimer::singleShot(kTellReplyMs, this, [this, regular] {
+            writeLine(QByteArray(Ansi::kMagenta) + utf8(regular) + " tells you: " + Ansi::kReset +
+                      "Ha, good one. See you at the training grounds!");
+        });
+    } else {
+        writeLine("No one called " + utf8(who) + " is playing right now.");
+    }
+}
+
+void PlayerConnection::ooc(const QString& text)
+{
+    if (text.isEmpty()) {
+        writeLine("Say what on the OOC channel?");
+        return;
+    }
+    server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' + utf8(state.name) +
+                      ": " + utf8(text));
+}
+
+void PlayerConnection::chat(const QString& text)
+{
+    if (text.isEmpty()) {
+        writeLine("Say what on the chat channel?");
+        return;
+    }
+    server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' + utf8(state.name) + ": " +
+                      utf8(text));
+}
+
+void PlayerConnection::score(const QString&)
+{
+    writeLines(state.scoreSheet());
+}
+
+void PlayerConnection::who(const QString&)
+{
+    writeLine(QByteArray(Ansi::kBold) + "Players in the realm:" + Ansi::kReset);
+    const QStringList names = server->playerNames() + server->world().regulars();
+    for (const QString& name : names)
+        writeLine("  " + utf8(name));
+}
+
+void PlayerConnection::kill(const QString& target)
+{
+    if (target.isEmpty() && !combat) {
+        writeLine("Kill whom?");
+        return;
+    }
+    attack(target);
+}
+
+void PlayerConnection::attack(const QString& target)
+{
+    if (combat) {
+        writeLine("You are already fighting the " + utf8(combat->opponentName()) + '!');
+        return;
+    }
+    const Room* room = server->world().room(state.roomId);
+    if (!room)
+        return;
+    const QString npcName = target.isEmpty() ? room->npcs.value(0) : server->world().findNpc(*room, target);
+    const Npc* npc = server->world().npc(npcName);
+    if (!npc) {
+        if (!server->world().findRegular(target).isEmpty() || server->findPlayer(target))
+            writeLine("Fighting other players is not allowed in this realm.");
+        else
+            writeLine("There is nobody called '" + utf8(target) + "' here to fight.");
+        return;
+    }
+    state.resting = false;
+    combat.emplace(*npc);
+    writeLine(QByteArray(Ansi::kBoldRed) + "You attack the " + utf8(npc->name) + '!' + Ansi::kReset);
+    server->tellRoom(state.roomId, utf8(state.name) + " attacks the " + utf8(npc->name) + '!', this);
+    combatTimer->start();
+}
+
+void PlayerConnection::flee(const QString&)
+{
+    if (!combat) {
+        writeLine("You are not fighting anyone.");
+        return;
+    }
+    writeLine(QByteArray(Ansi::kYellow) + "You flee from the " + utf8(combat->opponentName()) +
+              ", heart pounding!" + Ansi::kReset);
+    endFight();
+}
+
+void PlayerConnection::rest(const QString&)
+{
+    if (combat)
+        writeLine("You cannot rest in the middle of a fight!");
+    else if (state.isRested())
+        writeLine("You are already fully rested.");
+    else if (state.resting)
+        writeLine("You are already meditating.");
+    else {
+        state.resting = true;
+        writeLine(QByteArray(Ansi::kGreen) + "You sit down cross-legged and begin to meditate." +
+                  Ansi::kReset);
+    }
+}
+
+void PlayerConnection::quit(const QString&)
+{
+    writeLine("Goodbye, " + utf8(state.name) + ". Come back soon!");
+    // Pending output is still sent before the link closes.
+    socket->disconnectFromHost();
+}
+
+void PlayerConnection::help(const QString&)
+{
+    const QList<QByteArray> lines{
+        QByteArray(Ansi::kBold) + "Commands:" + Ansi::kReset,
+        "  look (l)                 describe the room",
+        "  north south east west up down (n s e w u d)",
+        "  say <text>               speak to the room",
+        "  tell <name> <text>       speak to one player",
+        "  ooc <text>, chat <text>  speak on a public channel",
+        "  score, who               your character; who is playing",
+        "  kill <target>, attack    fight someone in the room",
+        "  flee, rest               leave a fight; recover ki and fatigue",
+        "  flood <n>                send n lines of game text at full speed",
+        "  quit                     leave the game",
+    };
+    writeLines(lines);
+}
+
+void PlayerConnection::flood(const QString& count)
+{
+    bool ok = false;
+    qint64 lines = count.isEmpty() ? kDefaultFloodLines : count.toLongLong(&ok);
+    if (!count.isEmpty() && (!ok || lines < 1 || lines > kMaxFloodLines)) {
+        writeLine("Usage: flood <lines>, 1 to " + QByteArray::number(kMaxFloodLines) + '.');
+        sendPrompt();
+        return;
+    }
+    if (floodWriter) {
+        writeLine("A flood is already running.");
+        sendPrompt();
+        return;
+    }
+    floodWriter = new FloodWriter(socket, lines, {}, this);
+    connect(floodWriter, &FloodWriter::finished, this, [this] {
+        floodWriter->deleteLater();
+        sendPrompt();
+    });
+    floodWriter->start();
+}
+
+void PlayerConnection::onRegenTick()
+{
+    const QList<QByteArray> lines = state.regenerate();
+    if (!lines.isEmpty()) {
+        writeLines(lines);
+        sendPrompt();
+    }
+    pushMsdp();
+}
+
+void PlayerConnection::onCombatRound()
+{
+    if (!combat) {
+        combatTimer->stop();
+        return;
+    }
+    const Combat::Round round = combat->playRound(state, random);
+    writeLines(round.lines);
+    if (round.outcome == Combat::Outcome::Won)
+        writeLines(state.gainExperience(combat->experienceReward()));
+    if (round.outcome != Combat::Outcome::Ongoing)
+        endFight();
+    pushMsdp();
+    sendPrompt();
+}
+
+void PlayerConnection::endFight()
+{
+    combat.reset();
+    combatTimer->stop();
+}
+
+void PlayerConnection::startAmbientTimer()
+{
+    const auto& timing = server->timing();
+    if (timing.ambientMaxMs <= 0)
+        return;
+    const int spread = std::max(0, timing.ambientMaxMs - timing.ambientMinMs);
+    ambientTimer->start(timing.ambientMinMs + int(random.bounded(spread + 1)));
+}
+
+void PlayerConnection::onAmbientTick()
+{
+    writeLine(chatter.next(random));
+    startAmbientTimer();
+}
+
+void PlayerConnection::writeLine(const QByteArray& line)
+{
+    if (open && socket->state() == QAbstractSocket::ConnectedState)
+        socket->write(line + '\n');
+}
+
+void PlayerConnection::writeLines(const QList<QByteArray>& lines)
+{
+    for (const QByteArray& line : lines)
+        writeLine(line);
+}
+
+void PlayerConnection::sendPrompt()
+{
+    writeLine(state.prompt(combat ? combat->status() : QString()));
+}
+
+void PlayerConnection::pushMsdp()
+{
+    if (!playing || !open || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    const QByteArray bytes = msdp.changes(msdpVariables());
+    if (!bytes.isEmpty())
+        socket->write(bytes);
+}
+
+MsdpVariables PlayerConnection::msdpVariables() const
+{
+    const Room* room = server->world().room(state.roomId);
+    QStringList occupants;
+    if (room)
+        occupants = room->npcs + room->regulars + server->playersInRoom(room->id, this);
+    const auto number = [](int value) {
+        return QString::number(value);
+    };
+    return {
+        {QStringLiteral("CHARACTER_NAME"), state.name},
+        {QStringLiteral("CHARACTER_RACE"), state.race},
+        {QStringLiteral("CHARACTER_CLASS"), state.characterClass},
+        {QStringLiteral("CHARACTER_LEVEL"), number(state.level)},
+        {QStringLiteral("CHARACTER_POWERLEVEL_MAX"), number(state.powerLevelMax)},
+        {QStringLiteral("CHARACTER_POWERLEVEL"), number(state.powerLevel)},
+        {QStringLiteral("CHARACTER_KI_MAX"), number(state.kiMax)},
+        {QStringLiteral("CHARACTER_KI"), number(state.ki)},
+        {QStringLiteral("CHARACTER_FATIGUE_MAX"), number(state.fatigueMax)},
+        {QStringLiteral("CHARACTER_FATIGUE"), number(state.fatigue)},
+        {QStringLiteral("CHARACTER_AFFECTS"), state.affects(combat.has_value())},
+        {QStringLiteral("CHARACTER_RESISTANCE_PHYSICAL"), number(state.resistancePhysical)},
+        {QStringLiteral("CHARACTER_RESISTANCE_MAGICAL"), number(state.resistanceMagical)},
+        {QStringLiteral("CHARACTER_MAGICPOWER"), number(state.magicPower)},
+        // Maximum and health before the name: the client redraws the opponent
+        // panel on each of the three and should never draw a stale maximum.
+        {QStringLiteral("OPPONENT_HEALTH_MAX"), number(combat ? combat->opponentHealthMax() : 0)},
+        {QStringLiteral("OPPONENT_HEALTH"), number(combat ? combat->opponentHealth() : 0)},
+        {QStringLiteral("OPPONENT_NAME"), combat ? combat->opponentName() : QStringLiteral("None")},
+        {QStringLiteral("COMBO"), number(combat ? combat->combo() : 0)},
+        {QStringLiteral("ROOM_NAME"), room ? room->name : QString()},
+        {QStringLiteral("ROOM_EXITS"), room ? World::exitList(*room) : QString()},
+        {QStringLiteral("ROOM_CHARACTERS"), occupants.join(QStringLiteral(", "))},
+    };
+}

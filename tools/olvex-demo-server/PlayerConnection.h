@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QRandomGenerator>
+
+#include <optional>
+
+#include "tools/olvex-demo-server/AmbientChatter.h"
+#include "tools/olvex-demo-server/Combat.h"
+#include "tools/olvex-demo-server/MsdpReporter.h"
+#include "tools/olvex-demo-server/PlayerState.h"
+#include "tools/olvex-demo-server/TelnetInput.h"
+
+class DemoServer;
+class FloodWriter;
+class QTcpSocket;
+class QTimer;
+
+// One connected client: asks for a name, then runs the player's commands,
+// fights, regeneration and background chatter, and keeps the client's MSDP
+// table up to date. The server deletes it (later, through the event loop)
+// once its socket is gone, so every path here may find the socket closed.
+class PlayerConnection final : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PlayerConnection)
+
+public:
+    // Takes over the socket as a child object.
+    PlayerConnection(QTcpSocket* socket, DemoServer* server);
+
+    bool isPlaying() const { return playing; }
+    QString name() const { return state.name; }
+    QString roomId() const { return state.roomId; }
+
+    // A line from elsewhere in the game (another player, a broadcast).
+    void deliver(const QByteArray& line);
+    // The room's occupants changed: the client's room panel needs refreshing.
+    void refreshRoom();
+
+signals:
+    void closed(PlayerConnection* player);
+
+private:
+    using Handler = void (PlayerConnection::*)(const QString& argument);
+
+    void onReadyRead();
+    void onDisconnected();
+    void onRegenTick();
+    void onCombatRound();
+    void onAmbientTick();
+
+    void greet();
+    void login(const QString& line);
+    void runCommand(const QString& line);
+    static Handler handlerFor(const QString& word);
+
+    void look(const QString& argument);
+    void move(const QString& direction);
+    void say(const QString& text);
+    void tell(const QString& argument);
+    void ooc(const QString& text);
+    void chat(const QString& text);
+    void score(const QString& argument);
+    void who(const QString& argument);
+    void kill(const QString& target);
+    void attack(const QString& target);
+    void flee(const QString& argument);
+    void rest(const QString& argument);
+    void quit(const QString& argument);
+    void help(const QString& argument);
+    void flood(const QString& count);
+
+    void endFight();
+    void startAmbientTimer();
+    void writeLine(const QByteArray& line);
+    void writeLines(const QList<QByteArray>& lines);
+    void sendPrompt();
+    void pushMsdp();
+    MsdpVariables msdpVariables() const;
+
+    DemoServer* server;
+    QTcpSocket* socket;
+    QTimer* regenTimer;
+    QTimer* combatTimer;
+    QTimer* ambientTimer;
+    QPointer<FloodWriter> floodWriter;
+    TelnetInput input;
+    MsdpReporter msdp;
+    AmbientChatter chatter;
+    PlayerState state;
+    std::optional<Combat> combat;
+    QRandomGenerator random;
+    bool playing = false;
+    bool open = true;
+};
