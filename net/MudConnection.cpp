@@ -9,6 +9,10 @@ const QString kDefaultTerminalType = QStringLiteral("Olvex-Desktop");
 constexpr int kDefaultAutoLoginDelayMs = 1000;
 const QByteArray kLineEnding = QByteArrayLiteral("\r\n");
 const QByteArray kKeepalive = QByteArrayLiteral("\xFF\xF1"); // IAC NOP
+// Everything the socket holds is parsed in one go, on the UI thread. Bounding
+// what it may hold keeps a multi-megabyte burst from freezing the window: the
+// rest waits in the kernel (and TCP slows the server) until the next turn.
+constexpr qint64 kReadBufferBytes = 64 * 1024;
 
 } // namespace
 
@@ -19,6 +23,7 @@ MudConnection::MudConnection(QObject* parent)
     , autoLoginTimer(new QTimer(this))
     , autoLoginDelay(kDefaultAutoLoginDelayMs)
     , terminalType(kDefaultTerminalType) {
+    socket->setReadBufferSize(kReadBufferBytes);
     setupConnections();
 }
 
