@@ -25,7 +25,8 @@ const QList<Kind>& kinds()
         {QByteArray(kBoldCyan) + "[CHAT]" + kReset + " Tomo: ",
          {"selling weighted boots, 40 zeni", "the Golem hits way harder since the patch",
           "who's hosting the tournament tonight?", "lfg training grounds"}},
-        {QByteArray(kMagenta) + "Zara tells you: " + kReset,
+        // Tells arrive plain, as on many games, so a client's highlight shows on them.
+        {QByteArray("Zara tells you: "),
          {"hey, want to spar later?", "check the market, the pickpocket is back", "nice combo earlier!",
           "meet me at the plaza"}},
         {QByteArray("* Zara ") + fg256(141),

@@ -265,8 +265,7 @@ void PlayerConnection::tell(const QString& argument)
     if (target == this) {
         writeLine("You mutter to yourself. Nobody answers.");
     } else if (target) {
-        target->deliver(QByteArray(Ansi::kMagenta) + utf8(state.name) + " tells you: " + Ansi::kReset +
-                        utf8(text));
+        target->deliver(utf8(state.name) + " tells you: " + utf8(text));
         writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " + Ansi::kReset +
                   utf8(text));
     } else if (!regular.isEmpty()) {
@@ -274,8 +273,7 @@ void PlayerConnection::tell(const QString& argument)
                   utf8(text));
         // The regulars are not real players, but they do answer.
         QTimer::singleShot(kTellReplyMs, this, [this, regular] {
-            writeLine(QByteArray(Ansi::kMagenta) + utf8(regular) + " tells you: " + Ansi::kReset +
-                      "Ha, good one. See you at the training grounds!");
+            writeLine(utf8(regular) + " tells you: Ha, good one. See you at the training grounds!");
         });
     } else {
         writeLine("No one called " + utf8(who) + " is playing right now.");
