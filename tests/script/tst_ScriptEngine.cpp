@@ -1,0 +1,189 @@
+#include "script/ScriptEngine.h"
+#include "support/TestEnvironment.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+Trigger makeTrigger(const QString& name, const QString& pattern, const QString& commands,
+                    bool regex = false) {
+    Trigger trigger;
+    trigger.name = name;
+    trigger.pattern = pattern;
+    trigger.commands = commands;
+    trigger.regex = regex;
+    return trigger;
+}
+
+QStringList sentCommands(const QSignalSpy& spy) {
+    QStringList sent;
+    for (const QList<QVariant>& arguments : spy)
+        sent << arguments.at(0).toString();
+    return sent;
+}
+
+// An engine whose script directory holds one module "m" with the given source.
+void loadModule(ScriptEngine& engine, const QTemporaryDir& dir, const QByteArray& source) {
+    QFile file(dir.filePath("m.lua"));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(source) == source.size());
+    file.close();
+    engine.setScriptDir(dir.path());
+    QVERIFY2(engine.loadLuaModule("m"), qPrintable(engine.getLuaLastError()));
+}
+
+} // namespace
+
+class tst_ScriptEngine : public QObject {
+    Q_OBJECT
+
+private slots:
+    void aliasesAndKeyBindings();
+    void firstMatchingTriggerFires();
+    void commandBlocksAndLuaCalls();
+    void timers();
+};
+
+void tst_ScriptEngine::aliasesAndKeyBindings() {
+    ScriptEngine engine(nullptr);
+    QSignalSpy announced(&engine, &ScriptEngine::keyBindingsChanged);
+    Scripts scripts;
+    scripts.aliases = {{"off", "k", "flee", "", false},
+                       {"kill", "k", "kill orc;get all", "", true}};
+    scripts.keyBindings = {{"off", "F1", "west", "", false},
+                           {"n", "F1", "north;#2 look", "", true},
+                           {"again", "F1", "south", "", true}};
+    engine.setScripts(scripts);
+    QCOMPARE(announced.size(), 1);
+    QCOMPARE(announced.first().at(0).value<QList<KeyBinding>>(), scripts.keyBindings);
+    QSignalSpy sent(&engine, &ScriptEngine::commandToSend);
+
+    // Typed lines match aliases whole and are otherwise sent exactly as typed.
+    engine.processInput(" k ");
+    engine.processInput("k orc");
+    engine.processInput("north;south");
+    engine.processInput(" #var x 1 ");
+    engine.triggerKeyBinding("F1");
+    engine.triggerKeyBinding("f1");
+    QCOMPARE(sentCommands(sent), QStringList({"kill orc", "get all", "k orc", "north;south",
+                                              " #var x 1 ", "north", "look", "look"}));
+    QCOMPARE(engine.getVariable("x"), QString());
+}
+
+void tst_ScriptEngine::firstMatchingTriggerFires() {
+    ScriptEngine engine(nullptr);
+    Trigger highlighted = makeTrigger("hit", "You hit (\\w+) for (\\d+)", "say $0|$1|$2", true);
+    highlighted.highlight = true;
+    highlighted.highlightColor = "#FF0000";
+    Trigger disabled = makeTrigger("off", "hungry", "never");
+    disabled.enabled = false;
+    Scripts scripts;
+    scripts.triggers = {disabled,
+                        makeTrigger("broken", "([", "never", true),
+                        makeTrigger("case", "Hungry", "never", true),
+                        makeTrigger("plain", "HUNGRY", "eat"),
+                        makeTrigger("second", "hungry", "never"),
+                        highlighted,
+                        makeTrigger("all", "", "seen")};
+    engine.setScripts(scripts);
+    QSignalSpy sent(&engine, &ScriptEngine::commandToSend);
+    QSignalSpy fired(&engine, &ScriptEngine::triggerFired);
+    QSignalSpy highlight(&engine, &ScriptEngine::lineHighlight);
+
+    engine.processGameText("You are hungry.");
+    QCOMPARE(sentCommands(sent), QStringList({"eat"}));
+    QCOMPARE(fired.takeFirst(), QVariantList({"plain", "You are hungry.", "eat"}));
+    QVERIFY(highlight.isEmpty());
+
+    engine.processGameText("Ouch! You hit orc for 12 damage");
+    QCOMPARE(sent.last().at(0).toString(), QString("say You hit orc for 12|orc|12"));
+    QCOMPARE(highlight.takeFirst(), QVariantList({"Ouch! You hit orc for 12 damage", "#FF0000"}));
+
+    engine.processGameText("A cold wind blows.");
+    engine.processGameText("");
+    QCOMPARE(fired.size(), 3);
+    QCOMPARE(fired.at(1).at(0).toString(), QString("all"));
+    QCOMPARE(fired.at(2).at(0).toString(), QString("all"));
+}
+
+void tst_ScriptEngine::commandBlocksAndLuaCalls() {
+    QTemporaryDir dir;
+    ScriptEngine engine(nullptr);
+    engine.setLuaTimeLimitMs(50);
+    loadModule(engine, dir,
+               "function onHit(a) send('hit:' .. tostring(a) .. ':' .. matches[1]) end\n"
+               "function fail() error('bad') end\n"
+               "function stuck() while true do end end\n"
+               "function store(v) setVariable('target', v) send('#' .. getMsdp('ROOM')) end");
+    Scripts scripts;
+    scripts.triggers = {makeTrigger("t", "You hit (\\w+)",
+                                    "lua:onHit;;  ; lua:onHit(big) ;lua:on-hit;lua:missing;"
+                                    "lua:fail;lua:stuck;#var seen $1;after $1",
+                                    true)};
+    scripts.aliases = {{"a", "mark", "lua:store(orc)", "", true}};
+    engine.setScripts(scripts);
+    QSignalSpy sent(&engine, &ScriptEngine::commandToSend);
+    QSignalSpy errors(&engine, &ScriptEngine::luaError);
+    QSignalSpy changed(&engine, &ScriptEngine::variableChanged);
+
+    engine.processGameText("You hit orc");
+    QCOMPARE(sentCommands(sent), QStringList({"hit:You hit orc:orc", "hit:big:orc", "after orc"}));
+    QCOMPARE(errors.size(), 3);
+    QCOMPARE(errors.at(0).at(0).toString(), QString("'missing': Function 'missing' not found"));
+    QVERIFY(errors.at(1).at(0).toString().startsWith("'fail': "));
+    QVERIFY(errors.at(1).at(0).toString().endsWith("bad"));
+    QVERIFY(errors.at(2).at(0).toString().startsWith("'stuck': "));
+    QVERIFY(errors.at(2).at(0).toString().contains("ran too long"));
+    QCOMPARE(engine.getVariable("seen"), QString("$1"));
+    QVERIFY(changed.isEmpty()); // "#var" is not announced
+
+    // Lua's send bypasses the command language; getMsdp reads "" until the
+    // session installs its look-up; setVariable is announced.
+    sent.clear();
+    engine.processInput("mark");
+    engine.setMsdpCallback([](const QString& name) { return name + "=Temple"; });
+    engine.processInput("mark");
+    QCOMPARE(sentCommands(sent), QStringList({"#", "#ROOM=Temple"}));
+    QCOMPARE(changed.first(), QVariantList({"target", "orc"}));
+    QCOMPARE(engine.getVariable("target"), QString("orc"));
+
+    // Reloading resets the state but re-installs the callbacks.
+    engine.reloadAllLuaModules({"m"});
+    engine.processInput("mark");
+    QCOMPARE(sent.size(), 3);
+    engine.unloadLuaModules();
+    QVERIFY(!engine.getLuaFunctions().contains("store"));
+}
+
+void tst_ScriptEngine::timers() {
+    ScriptEngine engine(nullptr);
+    Scripts scripts;
+    scripts.timers = {{"tick", 10, "repeat", "tick", "", true},
+                      {"off", 10, "repeat", "off", "", false},
+                      {"later", 10, "once", "later", "", true}};
+    engine.setScripts(scripts);
+    QCOMPARE(engine.runningTimers(), QStringList({"tick"}));
+
+    QSignalSpy sent(&engine, &ScriptEngine::commandToSend);
+    QTRY_VERIFY(sent.size() >= 3);
+    QVERIFY(!sentCommands(sent).contains("off"));
+    QVERIFY(!sentCommands(sent).contains("later"));
+
+    engine.stopTimer("tick");
+    engine.startTimer(scripts.timers.at(2));
+    QTRY_VERIFY(sentCommands(sent).contains("later"));
+    sent.clear();
+    QTest::qWait(60);
+    QVERIFY(sent.isEmpty()); // the one-shot fired once and "tick" is stopped
+    QCOMPARE(engine.runningTimers(), QStringList({"later"}));
+
+    // New scripts drop every timer in the map and restart the repeating ones.
+    scripts.timers = {{"tock", 10, "repeat", "tock", "", true}};
+    engine.setScripts(scripts);
+    QCOMPARE(engine.runningTimers(), QStringList({"tock"}));
+    QTRY_VERIFY(sentCommands(sent).count("tock") >= 2);
+}
+
+OLVEX_TEST_MAIN(tst_ScriptEngine, QCoreApplication)
+#include "tst_ScriptEngine.moc"
