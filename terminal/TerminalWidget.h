@@ -1,0 +1,74 @@
+#pragma once
+
+#include "terminal/AnsiParser.h"
+
+#include <QPlainTextEdit>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class QFile;
+class QTextCursor;
+
+// The read-only, scrolling output pane of a game session. Text arrives one line
+// at a time with ANSI colours; the pane keeps a bounded scrollback, follows the
+// end of the output unless the player has scrolled up, can be frozen (output is
+// held and replayed later), prefixes timestamps, logs raw text and finds text.
+class TerminalWidget : public QPlainTextEdit {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(TerminalWidget)
+
+public:
+    explicit TerminalWidget(QWidget* parent = nullptr);
+    ~TerminalWidget() override;
+
+    void appendAnsiText(const QString& text);
+    void scrollToBottom();
+    void clearTerminal();
+
+    void setFontSize(int size);
+    int getFontSize() const;
+    void setScrollbackLines(int lines);
+    bool isAtLiveTail() const;
+
+    bool findInOutput(const QString& text, bool forward, bool caseSensitive, bool useRegex);
+    void clearFindHighlights();
+
+    void setFrozen(bool frozen);
+    bool isFrozen() const;
+    void setFontFamily(const QString& family);
+    QString getFontFamily() const;
+    void setTimestamps(bool enabled);
+    bool getTimestamps() const;
+    void setWordWrap(bool enabled);
+    bool getWordWrap() const;
+    void setLogging(bool enabled, const QString& path);
+    bool getLogging() const;
+
+signals:
+    void fontSizeChanged(int size);
+    void frozenChanged(bool frozen);
+
+private:
+    void onContentsChanged();
+    void onDeferredScroll();
+    void writeLog(const QString& text);
+    void insertRun(QTextCursor& cursor, const AnsiParser::FormatRun& run, qsizetype& column);
+    QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive,
+                                                    bool useRegex);
+
+    AnsiParser parser;
+    int fontSize = 10;
+    bool followTail = true;
+    bool frozen = false;
+    QStringList pendingLines;
+    QString fontFamily;
+    bool timestamps = false;
+    bool wordWrap = true;
+    bool logging = false;
+    QString logPath;
+    std::unique_ptr<QFile> logFile;
+    // A burst of lines within one event-loop turn asks for one scroll only.
+    bool scrollPending = false;
+};
