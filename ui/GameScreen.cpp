@@ -19,9 +19,11 @@
 #include "storage/Storage.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/ChannelPanel.h"
+#include "ui/MsdpViewer.h"
 #include "ui/OpponentWidget.h"
 #include "ui/ScriptEditor.h"
 #include "ui/SettingsDialog.h"
+#include "ui/TriggerDebugger.h"
 #include "ui/VitalsWidget.h"
 
 namespace {
@@ -451,6 +453,14 @@ void GameScreen::openScriptEditor(const QString& tab)
         scriptEditor->setSession(session);
         scriptEditor->setScripts(Storage::instance()->getScripts(session->getCharacter()));
         connect(scriptEditor, &ScriptEditor::scriptsChanged, session, &GameSession::updateScripts);
+
+        // Live MSDP values and fired triggers sit beside the scripts they help debug.
+        auto* msdpViewer = new MsdpViewer(scriptEditor);
+        msdpViewer->setSession(session);
+        scriptEditor->addInfoTab(msdpViewer, QStringLiteral("MSDP"));
+        auto* triggerDebugger = new TriggerDebugger(scriptEditor);
+        triggerDebugger->setSession(session);
+        scriptEditor->addInfoTab(triggerDebugger, QStringLiteral("Trigger Debugger"));
     }
     scriptEditor->showTab(tab);
     scriptEditor->show();
