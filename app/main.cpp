@@ -1,12 +1,22 @@
 #include <QApplication>
-#include <QMainWindow>
+#include <QFontDatabase>
+#include <QStyleFactory>
+
+#include "app/MainWindow.h"
+#include "ui/Theme.h"
 
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
-    QMainWindow window;
-    window.setWindowTitle(QStringLiteral("Olvex Desktop Client"));
-    window.resize(1280, 800);
+    QApplication::setApplicationName(QStringLiteral("Olvex Desktop Client"));
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    app.setStyleSheet(Theme::applicationStyleSheet());
+
+    const int fontId = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/DejaVuSansMono.ttf"));
+    if (fontId < 0 || QFontDatabase::applicationFontFamilies(fontId).isEmpty())
+        qWarning("The bundled monospaced font could not be loaded; using the system's.");
+
+    MainWindow window;
     window.show();
     return app.exec();
 }

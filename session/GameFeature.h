@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+// Per-character switches for parts of the game screen. The numbers are stored
+// in settings.json, so they never change meaning.
+enum class GameFeature : qint32 {
+    VitalsBars = 0,
+    ComboCounter = 1,      // combo label shown only while a combo is running
+    OpponentPanel = 2,     // opponent panel shown when a fight starts
+    CharacterStats = 3,
+    AffectsList = 4,
+    AutoLogin = 5,
+    RoomPanel = 6,
+    OutputTimestamps = 7,
+    ChannelTabs = 8,
+    MsdpTracking = 9,
+    TriggerHighlights = 10,
+};
+
+namespace GameFeatures {
+
+// Hosts of the game this client grew up with get its panels switched on by
+// default; any other host starts with none.
+inline const QString kHomeDomain = QStringLiteral("olvex.example");
+
+inline QList<int> homeDefaults()
+{
+    return {0, 1, 2, 6, 3, 4, 8, 9, 10};
+}
+
+} // namespace GameFeatures

@@ -1,0 +1,156 @@
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include "net/MudConnection.h"
+#include "session/GameSession.h"
+#include "storage/Storage.h"
+#include "support/TestEnvironment.h"
+
+namespace {
+
+QByteArray msdp(const QByteArray& name, const QByteArray& value)
+{
+    return QByteArray("\xff\xfa\x45\x01", 4) + name + '\x02' + value + QByteArray("\xff\xf0", 2);
+}
+
+// Keeps reading from the server side until `expected` has arrived (or times out).
+QByteArray readUntil(QTcpSocket* socket, const QByteArray& expected, QByteArray& received)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!received.contains(expected) && timer.elapsed() < 5000) {
+        if (!socket->bytesAvailable())
+            socket->waitForReadyRead(50);
+        received += socket->readAll();
+        QCoreApplication::processEvents();
+    }
+    return received;
+}
+
+} // namespace
+
+class tst_GameSession : public QObject {
+    Q_OBJECT
+
+private slots:
+    void playsAScriptedGameOverLoopback();
+    void assemblesLinesFromPieces();
+    void boundsAnEndlessLine();
+    void featureDefaultsFollowTheHost();
+};
+
+void tst_GameSession::playsAScriptedGameOverLoopback()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Character hero{"Hero", "", "127.0.0.1", server.serverPort(), ""};
+
+    Scripts scripts;
+    Trigger hit;
+    hit.name = "hit";
+    hit.pattern = "you hit";
+    hit.commands = "say got $0";
+    hit.highlight = true;
+    hit.highlightColor = "red";
+    Trigger health;
+    health.name = "low";
+    health.pattern = "^HEALTH=(\\d)$";
+    health.regex = true;
+    health.commands = "quaff $1";
+    scripts.triggers = {hit, health};
+    scripts.aliases = {{"kill", "k", "kill orc;get all", "", true}};
+    Storage::instance()->setScripts(hero, scripts);
+
+    GameSession session(hero, nullptr);
+    QSignalSpy lines(&session, &GameSession::textReceived);
+    QSignalSpy prompts(&session, &GameSession::promptReceived);
+    QSignalSpy channels(&session, &GameSession::channelMessage);
+    QSignalSpy msdpSpy(&session, &GameSession::msdpUpdated);
+    QSignalSpy connectedSpy(&session, &GameSession::connected);
+
+    session.connect();
+    QVERIFY(server.waitForNewConnection(5000));
+    QTcpSocket* peer = server.nextPendingConnection();
+    QVERIFY(connectedSpy.wait(5000) || connectedSpy.count() == 1);
+
+    peer->write("\x1b[1;32mWelcome\x1b[0m\r\n");
+    peer->write("> ");
+    peer->write("\n[CHAT] Bob: hi\n");
+    peer->write(msdp("HEALTH", "5"));
+    peer->write("You hit the orc.\nYou hit the orc.\nthe end\n");
+    peer->flush();
+
+    QTRY_VERIFY_WITH_TIMEOUT(lines.count() > 0 && lines.last().at(0).toString() == "the end\n", 5000);
+    QStringList shown;
+    for (const QList<QVariant>& args : lines) {
+        if (!args.at(0).toString().isEmpty())
+            shown << args.at(0).toString();
+    }
+    QCOMPARE(shown, QStringList({"\x1b[1;32mWelcome\x1b[0m\r\n", "> \n", "[CHAT] Bob: hi\n",
+                                 "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\n",
+                                 "You hit the orc.\n", "the end\n"}));
+    QCOMPARE(prompts.count(), 1);
+    QCOMPARE(prompts.at(0).at(0).toString(), "> ");
+    QCOMPARE(channels.count(), 3);  // chat, and both combat lines as they were shown
+    QCOMPARE(channels.at(0), QList<QVariant>({"Chat", "[CHAT] Bob: hi"}));
+    QCOMPARE(channels.at(1).at(1).toString(), "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m");
+    QCOMPARE(msdpSpy.count(), 1);
+    QCOMPARE(session.getMsdpVariable("HEALTH"), "5");
+    QCOMPARE(session.getMsdpVariable("never"), QString());
+
+    session.sendCommand(" k ");
+    session.sendCommand("north;south");
+    QByteArray received;
+    readUntil(peer, "north;south\r\n", received);
+    const QByteArray afterHandshake = received.mid(received.indexOf("quaff"));
+    QCOMPARE(afterHandshake, QByteArray("quaff 5\r\nsay got You hit the orc.\r\nsay got You hit the orc.\r\n"
+                                        "kill orc\r\nget all\r\nnorth;south\r\n"));
+}
+
+void tst_GameSession::assemblesLinesFromPieces()
+{
+    GameSession session(Character{"A", "", "localhost", 1, ""}, nullptr);
+    QSignalSpy prompts(&session, &GameSession::promptReceived);
+    QCOMPARE(session.processMudText("ab"), QString());
+    QCOMPARE(session.processMudText("c"), QString());
+    QCOMPARE(session.processMudText("\r\nde"), QString("abc\r\n"));
+    QCOMPARE(session.processMudText("\n\n>> hp\nx"), QString("de\n\n>> hp\n"));
+    QCOMPARE(prompts.count(), 1);
+    QCOMPARE(session.processMudText("\n"), QString("x\n"));
+}
+
+void tst_GameSession::boundsAnEndlessLine()
+{
+    GameSession session(Character{"A", "", "localhost", 1, ""}, nullptr);
+    const int cap = GameSession::kMaxPendingLine;
+    QString out;
+    for (int i = 0; i < cap + 10; ++i)
+        out += session.processMudText(QString(QLatin1Char('a' + i % 26)));
+    QCOMPARE(out.size(), cap + 1);  // the first 64 KiB went out as a line of its own
+    QVERIFY(out.endsWith('\n'));
+    QCOMPARE(session.processMudText("\n").size(), 11);
+
+    // A line of exactly the cap, ended by a line feed, stays one line.
+    QCOMPARE(session.processMudText(QString(cap, 'b') + "\n"), QString(cap, 'b') + "\n");
+}
+
+void tst_GameSession::featureDefaultsFollowTheHost()
+{
+    const Character home{"F", "", "Play.OLVEX.Example", 4000, ""};
+    {
+        GameSession session(home, nullptr);
+        QVERIFY(session.isFeatureEnabled(GameFeature::OpponentPanel));
+        QVERIFY(!session.isFeatureEnabled(GameFeature::AutoLogin));
+        QCOMPARE(Storage::instance()->getEnabledFeatures(home), QList<int>({0, 1, 2, 6, 3, 4, 8, 9, 10}));
+        session.setFeatureEnabled(GameFeature::ComboCounter, false);
+    }
+    GameSession again(home, nullptr);  // once stored, the list is used as it is
+    QVERIFY(!again.isFeatureEnabled(GameFeature::ComboCounter));
+
+    GameSession other(Character{"F", "", "mud.elsewhere.org", 4000, ""}, nullptr);
+    QVERIFY(!other.isFeatureEnabled(GameFeature::VitalsBars));
+}
+
+OLVEX_TEST_MAIN(tst_GameSession, QCoreApplication)
+#include "tst_GameSession.moc"

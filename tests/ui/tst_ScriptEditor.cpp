@@ -1,0 +1,194 @@
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTabWidget>
+#include <QTableWidget>
+#include <QtTest>
+
+#include "script/ScriptEngine.h"
+#include "session/GameSession.h"
+#include "support/TestEnvironment.h"
+#include "ui/MsdpViewer.h"
+#include "ui/ScriptEditor.h"
+#include "ui/ScriptItemDialog.h"
+#include "ui/TriggerDebugger.h"
+
+namespace {
+
+QTableWidget* tableOf(ScriptEditor& editor, const QString& tab)
+{
+    auto* tabs = editor.findChild<QTabWidget*>();
+    for (int i = 0; i < tabs->count(); ++i) {
+        if (tabs->tabText(i) == tab)
+            return tabs->widget(i)->findChild<QTableWidget*>();
+    }
+    return nullptr;
+}
+
+QStringList column(QTableWidget* table, int c)
+{
+    QStringList texts;
+    for (int row = 0; row < table->rowCount(); ++row)
+        texts << table->item(row, c)->text();
+    return texts;
+}
+
+// Fills the first line edit (the name) of the next item dialog and accepts it.
+void acceptNextItemDialog(const QString& name)
+{
+    QTimer::singleShot(0, [name] {
+        auto* dialog = qobject_cast<ScriptItemDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        dialog->findChildren<QLineEdit*>().first()->setText(name);
+        dialog->accept();
+    });
+}
+
+} // namespace
+
+class tst_ScriptEditor : public QObject {
+    Q_OBJECT
+
+private slots:
+    void showsFiltersAndShortens();
+    void everyChangeEmitsTheWholeRecord();
+    void msdpViewerSortsAndUpdatesInPlace();
+    void triggerDebuggerLogsAndDetaches();
+};
+
+void tst_ScriptEditor::showsFiltersAndShortens()
+{
+    ScriptEditor editor;
+    Scripts scripts;
+    Trigger longPattern;
+    longPattern.name = "long";
+    longPattern.pattern = QString(51, 'x');
+    longPattern.group = "combat";
+    Trigger exact;
+    exact.name = "exact";
+    exact.pattern = QString(50, 'y');
+    exact.regex = true;
+    scripts.triggers = {longPattern, exact};
+    scripts.timers = {{"t", 500, "once", "", "", false}, {"r", 100, "Once", "", "misc", true}};
+    scripts.aliases = {{"a", "k", "kill", "combat", true}, {"b", "b", "bash", "", true}};
+    editor.setScripts(scripts);
+
+    QTableWidget* triggers = tableOf(editor, "Triggers");
+    QCOMPARE(column(triggers, 1), QStringList({QString(47, 'x') + "...", QString(50, 'y')}));
+    QCOMPARE(column(triggers, 2), QStringList({"No", "Yes"}));
+    QCOMPARE(column(triggers, 3), QStringList({"combat", "(ungrouped)"}));
+    QCOMPARE(column(tableOf(editor, "Timers"), 2), QStringList({"Once", "Repeat"}));
+    QCOMPARE(column(tableOf(editor, "Timers"), 4), QStringList({"", "✓"}));
+
+    auto* filter = tableOf(editor, "Aliases")->parentWidget()->findChild<QComboBox*>();
+    QCOMPARE(filter->itemText(0), "All");
+    QCOMPARE(filter->count(), 3);  // All, combat, misc (sorted)
+    QCOMPARE(filter->itemText(2), "misc");
+    filter->setCurrentText("combat");
+    QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a"}));
+    filter->setCurrentText("All");
+    QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a", "b"}));
+
+    editor.showTab("Quick Actions");
+    QCOMPARE(editor.findChild<QTabWidget*>()->tabText(editor.findChild<QTabWidget*>()->currentIndex()),
+             "Quick Actions");
+}
+
+void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
+{
+    ScriptEditor editor;
+    Scripts scripts;
+    scripts.aliases = {{"a", "k", "kill", "combat", true}};
+    scripts.variables = {{"hp", "1", ""}};
+    scripts.luaModules = {{"main", true, 0}};
+    editor.setScripts(scripts);
+    QSignalSpy changed(&editor, &ScriptEditor::scriptsChanged);
+    QTableWidget* aliases = tableOf(editor, "Aliases");
+
+    editor.onAliasEdit();  // nothing selected: nothing happens
+    editor.onAliasDelete();
+    QCOMPARE(changed.count(), 0);
+
+    acceptNextItemDialog("second");
+    editor.onAliasAdd();
+    QCOMPARE(changed.count(), 1);
+    Scripts emitted = changed.last().at(0).value<Scripts>();
+    QCOMPARE(emitted.aliases.size(), 2);
+    QCOMPARE(emitted.aliases[1].name, "second");
+    QCOMPARE(emitted.variables, scripts.variables);
+    QCOMPARE(emitted.luaModules, scripts.luaModules);
+
+    aliases->setCurrentCell(0, 0);
+    acceptNextItemDialog("renamed");
+    editor.onAliasEdit();
+    emitted = changed.last().at(0).value<Scripts>();
+    QCOMPARE(emitted.aliases[0].name, "renamed");
+    QCOMPARE(emitted.aliases[0].alias, "k");
+
+    aliases->setCurrentCell(1, 0);
+    editor.onAliasDelete();
+    QCOMPARE(changed.last().at(0).value<Scripts>().aliases.size(), 1);
+
+    editor.onQuickActionAdd();
+    const QuickAction added = changed.last().at(0).value<Scripts>().quickActions.value(0);
+    QCOMPARE(added, (QuickAction{"New Action", "command", true}));
+    tableOf(editor, "Quick Actions")->setCurrentCell(0, 0);
+    editor.onQuickActionDelete();
+    QVERIFY(changed.last().at(0).value<Scripts>().quickActions.isEmpty());
+    QCOMPARE(changed.count(), 5);
+}
+
+void tst_ScriptEditor::msdpViewerSortsAndUpdatesInPlace()
+{
+    MsdpViewer viewer;
+    viewer.refreshMsdpTable();
+    QCOMPARE(viewer.getTable()->rowCount(), 0);
+
+    GameSession session(Character{"V", "", "127.0.0.1", 1, ""}, nullptr);
+    session.setMsdpVariable("ROOM_NAME", "Lookout");
+    session.setMsdpVariable("COMBO", "1");
+    viewer.setSession(&session);
+    QCOMPARE(column(viewer.getTable(), 0), QStringList({"COMBO", "ROOM_NAME"}));
+
+    session.setMsdpVariable("CHARACTER_KI", "5");
+    QCOMPARE(column(viewer.getTable(), 0), QStringList({"CHARACTER_KI", "COMBO", "ROOM_NAME"}));
+    session.setMsdpVariable("ROOM_NAME", "Tower");
+    QCOMPARE(column(viewer.getTable(), 1), QStringList({"5", "1", "Tower"}));
+
+    viewer.setSession(nullptr);
+    session.setMsdpVariable("ZETA", "1");
+    QCOMPARE(viewer.getTable()->rowCount(), 0);
+}
+
+void tst_ScriptEditor::triggerDebuggerLogsAndDetaches()
+{
+    GameSession first(Character{"D", "", "127.0.0.1", 1, ""}, nullptr);
+    GameSession second(Character{"D", "", "127.0.0.1", 2, ""}, nullptr);
+    TriggerDebugger debugger;
+    debugger.setSession(&first);
+    ScriptEngine* engine = first.getScriptEngine();
+
+    emit engine->triggerFired("%1 hit", QString(50, 'a'), "cmd");
+    emit engine->triggerFired("p", QString(50, 'b') + "c", "cmd");
+    QListWidget* log = debugger.getLog();
+    QCOMPARE(log->count(), 2);
+    QVERIFY(QRegularExpression(R"(^\[\d\d:\d\d:\d\d\] Trigger: %1 hit \| Matched: "a{50}"$)")
+                .match(log->item(0)->text())
+                .hasMatch());
+    QVERIFY(log->item(1)->text().endsWith(QString(50, 'b') + "\""));
+
+    debugger.setSession(&second);
+    emit engine->triggerFired("p", "x", "");
+    QCOMPARE(log->count(), 2);
+    emit second.getScriptEngine()->triggerFired("p", "x", "");
+    QCOMPARE(log->count(), 3);
+    debugger.setSession(nullptr);
+    emit second.getScriptEngine()->triggerFired("p", "x", "");
+    QCOMPARE(log->count(), 3);
+    debugger.onClearDebugLog();
+    QCOMPARE(log->count(), 0);
+}
+
+OLVEX_TEST_MAIN(tst_ScriptEditor, QApplication)
+#include "tst_ScriptEditor.moc"
