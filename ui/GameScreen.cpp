@@ -1,5 +1,6 @@
 #include "ui/GameScreen.h"
 
+#include <QCoreApplication>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -13,6 +14,7 @@
 #include <QShortcut>
 #include <QSplitter>
 #include <QTabWidget>
+#include <QTextCursor>
 #include <QVBoxLayout>
 
 #include "session/GameSession.h"
@@ -427,10 +429,22 @@ void GameScreen::hideFindBar()
 
 void GameScreen::onFindTextChanged(const QString& text)
 {
-    if (text.isEmpty())
+    if (text.isEmpty()) {
         terminal->clearFindHighlights();
+        return;
+    }
+    // Appending keeps the output's own cursor at the end, from where a forward
+    // search finds nothing. Search from the match being refined, or from the
+    // top, and leave the view where it was when nothing matches.
+    const int scrollPosition = terminal->verticalScrollBar()->value();
+    QTextCursor from = terminal->textCursor();
+    if (from.hasSelection())
+        from.setPosition(from.selectionStart());
     else
-        terminal->findInOutput(text, true, false, false);
+        from.movePosition(QTextCursor::Start);
+    terminal->setTextCursor(from);
+    if (!terminal->findInOutput(text, true, false, false))
+        terminal->verticalScrollBar()->setValue(scrollPosition);
 }
 
 void GameScreen::findNext(bool forward)

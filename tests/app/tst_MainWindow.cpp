@@ -1,3 +1,4 @@
+#include <QAbstractButton>
 #include <QApplication>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -6,6 +7,7 @@
 #include <QtTest>
 
 #include "app/MainWindow.h"
+#include "session/GameSession.h"
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"

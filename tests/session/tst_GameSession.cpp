@@ -89,7 +89,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     }
     QCOMPARE(shown, QStringList({"\x1b[1;32mWelcome\x1b[0m\r\n", "> \n", "[CHAT] Bob: hi\n",
                                  "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\n",
-                                 "You hit the orc.\n", "the end\n"}));
+                                 "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\n", "the end\n"}));
     QCOMPARE(prompts.count(), 1);
     QCOMPARE(prompts.at(0).at(0).toString(), "> ");
     QCOMPARE(channels.count(), 3);  // chat, and both combat lines as they were shown
@@ -118,6 +118,11 @@ void tst_GameSession::assemblesLinesFromPieces()
     QCOMPARE(session.processMudText("\n\n>> hp\nx"), QString("de\n\n>> hp\n"));
     QCOMPARE(prompts.count(), 1);
     QCOMPARE(session.processMudText("\n"), QString("x\n"));
+
+    // A highlight is used once: the same text on the next line stays plain.
+    session.onScriptLineHighlight("plain", "#00ff00");
+    QCOMPARE(session.processMudText("plain\nplain\n"),
+             QString("\x1b[38;2;0;255;0mplain\x1b[0m\nplain\n"));
 }
 
 void tst_GameSession::boundsAnEndlessLine()

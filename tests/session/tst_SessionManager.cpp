@@ -44,7 +44,8 @@ void tst_SessionManager::oneSessionPerCharacterUpToSixteen()
     QTRY_VERIFY(!watched);
     QVERIFY(manager->createSession(Character{"Seventeenth", "", "h", 1, ""}));
 
-    manager->closeSession(second);  // no longer managed: nothing happens
+    GameSession stranger(Character{"X", "", "h", 1, ""}, nullptr);
+    manager->closeSession(&stranger);  // not managed: nothing happens
     QCOMPARE(closed.count(), 1);
 
     for (GameSession* s : manager->getAllSessions())

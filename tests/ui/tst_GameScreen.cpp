@@ -53,15 +53,16 @@ private slots:
     void keyBindingSendsItsCommands();
 
 private:
-    QTcpServer server;
+    std::unique_ptr<QTcpServer> server;
     Character hero;
 };
 
 void tst_GameScreen::init()
 {
-    if (!server.isListening())
-        QVERIFY(server.listen(QHostAddress::LocalHost));
-    hero = Character{"Hero", "", "127.0.0.1", server.serverPort(), ""};
+    // A fresh server per test: each screen connects as it is built.
+    server = std::make_unique<QTcpServer>();
+    QVERIFY(server->listen(QHostAddress::LocalHost));
+    hero = Character{"Hero", "", "127.0.0.1", server->serverPort(), ""};
 }
 
 void tst_GameScreen::historyIsKeptPerCharacter()
@@ -180,13 +181,13 @@ void tst_GameScreen::findBarAndTypingIntoTheTerminal()
         if (edit->placeholderText() == "Search output...")
             find = edit;
     }
-    QVERIFY(find && find->isHidden());
+    QVERIFY(find && !find->isVisible());
     QTest::keyClick(&screen, Qt::Key_F, Qt::ControlModifier);
     QVERIFY(find->isVisible());
     QTest::keyClicks(find, "dragon");
     QCOMPARE(terminal->extraSelections().size(), 2);
     QTest::keyClick(&screen, Qt::Key_Escape);
-    QVERIFY(find->isHidden());
+    QVERIFY(!find->isVisible());
     QVERIFY(terminal->extraSelections().isEmpty());
 
     // Printable keys typed into the output land in the command line.
@@ -205,8 +206,8 @@ void tst_GameScreen::keyBindingSendsItsCommands()
     GameScreen screen(&session, nullptr);
     screen.show();
     QVERIFY(QTest::qWaitForWindowExposed(&screen));
-    QVERIFY(server.waitForNewConnection(5000));
-    QTcpSocket* peer = server.nextPendingConnection();
+    QTRY_VERIFY_WITH_TIMEOUT(server->hasPendingConnections(), 5000);
+    QTcpSocket* peer = server->nextPendingConnection();
     QTRY_VERIFY(session.isConnected());
 
     QTest::keyClick(commandInput(screen), Qt::Key_F2);
