@@ -2,6 +2,7 @@
 
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QTabBar>
 #include <QTabWidget>
 
 #include "session/GameSession.h"
@@ -74,6 +75,10 @@ void MainWindow::onConnectPressed(const Character& character)
         sessions.insert(key, session);
         tabs->addTab(screen, QStringLiteral("%1 @ %2").arg(character.name, character.host));
         tabs->setTabsClosable(true);
+        // The close handler already ignores the character list; a close
+        // button that does nothing would only puzzle the player.
+        tabs->tabBar()->setTabButton(0, QTabBar::RightSide, nullptr);
+        tabs->tabBar()->setTabButton(0, QTabBar::LeftSide, nullptr);
     }
     SessionManager::instance()->setActiveSession(session);
     tabs->setCurrentWidget(screen);

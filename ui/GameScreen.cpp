@@ -314,11 +314,13 @@ void GameScreen::wireSignals()
 void GameScreen::onSessionConnected()
 {
     terminal->appendAnsiText(QStringLiteral("\n[CONNECTED]\n"));
+    statusLabel->setText(QStringLiteral("Connected"));
 }
 
 void GameScreen::onSessionDisconnected()
 {
     terminal->appendAnsiText(QStringLiteral("\n[DISCONNECTED]\n"));
+    statusLabel->setText(QStringLiteral("Disconnected"));
 }
 
 void GameScreen::onSessionTextReceived(const QString& text)
@@ -328,7 +330,11 @@ void GameScreen::onSessionTextReceived(const QString& text)
 
 void GameScreen::onChannelMessage(const QString& channel, const QString& text)
 {
-    channelPanel->addMessage(channel, text);
+    // A list item cannot show colours, and raw escape codes are unreadable.
+    QString plain;
+    for (const AnsiParser::FormatRun& run : channelTextParser.parse(text))
+        plain += run.text;
+    channelPanel->addMessage(channel, plain.trimmed());
 }
 
 void GameScreen::onTerminalFrozenChanged(bool frozen)

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "storage/Scripts.h"
+#include "terminal/AnsiParser.h"
 
 class GameSession;
 class TerminalWidget;
@@ -115,4 +116,6 @@ private:
     QLabel* roomExits = nullptr;
     QListWidget* roomCharacters = nullptr;
     QPointer<ScriptEditor> scriptEditor;
+    // Channel lists show plain text; this parser only strips the escapes.
+    AnsiParser channelTextParser;
 };
