@@ -36,6 +36,14 @@ bool isFinalByte(QChar c) {
 }
 
 // Position just past the run of digits and semicolons starting at from.
+// Bound on cached formats; a truecolour gradient would otherwise grow it forever.
+constexpr qsizetype kMaxCachedFormats = 1024;
+
+// 25 bits: the RGB value and a bit for "valid", so an invalid colour has a key.
+quint64 colorKey(const QColor& color) {
+    return color.isValid() ? (color.rgb() & 0xffffffu) | 0x1000000u : 0u;
+}
+
 qsizetype skipSgrParameters(QStringView text, qsizetype from) {
     while (from < text.size() && isSgrParameter(text[from]))
         ++from;
@@ -108,7 +116,7 @@ QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input) {
     if (input.isEmpty())
         return runs;
     if (!input.contains(QChar(kEscape))) {
-        runs.append({input, buildFormat()});
+        runs.append({input, runFormat()});
         return runs;
     }
 
@@ -122,7 +130,7 @@ QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input) {
             const qsizetype parametersEnd = skipSgrParameters(view, pos + 2);
             if (parametersEnd < size && view[parametersEnd] == u'm') {
                 if (pos > last)
-                    runs.append({text.mid(last, pos - last), buildFormat()});
+                    runs.append({text.mid(last, pos - last), runFormat()});
                 applySgrParameters(view.mid(pos + 2, parametersEnd - pos - 2));
                 last = parametersEnd + 1;
                 pos = text.indexOf(QChar(kEscape), last);
@@ -132,7 +140,7 @@ QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input) {
         pos = text.indexOf(QChar(kEscape), pos + 1);
     }
     if (last < size)
-        runs.append({text.mid(last), buildFormat()});
+        runs.append({text.mid(last), runFormat()});
     return runs;
 }
 
@@ -258,6 +266,19 @@ void AnsiParser::processSgrCode(int code) {
     } else if (code >= 100 && code <= 106) {
         background = QColor::fromRgb(kLightColors[code - 100]);
     }
+}
+
+QTextCharFormat AnsiParser::runFormat() {
+    const bool bright = bold && basicForeground >= 0 && basicForeground <= 7;
+    const quint64 key = colorKey(bright ? colorFrom256(basicForeground + 8) : foreground) << 32 |
+                        colorKey(background) << 3 | quint64(bold) << 2 | quint64(italic) << 1 |
+                        quint64(underline);
+    const auto cached = formatCache.constFind(key);
+    if (cached != formatCache.constEnd())
+        return *cached;
+    if (formatCache.size() >= kMaxCachedFormats)
+        formatCache.clear();
+    return *formatCache.insert(key, buildFormat());
 }
 
 QTextCharFormat AnsiParser::buildFormat() const {

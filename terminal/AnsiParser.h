@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringView>
@@ -34,6 +35,7 @@ public:
 
 private:
     QTextCharFormat buildFormat() const;
+    QTextCharFormat runFormat();
     void applySgrParameters(QStringView parameters);
     void processSgrCodes(const QList<int>& codes);
     void processSgrCode(int code);
@@ -48,4 +50,10 @@ private:
     // it bright; -1 when the foreground came from the 256-colour or truecolour
     // forms. 39 and 90..97 deliberately leave it alone.
     int basicForeground = -1;
+
+    // Formats already built, by the look they produce. Servers repeat a handful
+    // of colour combinations line after line; sharing one format object per
+    // combination spares building it and lets the document find it again
+    // without hashing it anew.
+    QHash<quint64, QTextCharFormat> formatCache;
 };

@@ -1,14 +1,17 @@
 #include "terminal/TerminalWidget.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QFile>
 #include <QRegularExpression>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTime>
 #include <QTimer>
 
+#include <optional>
 #include <utility>
 
 namespace {
@@ -23,6 +26,9 @@ constexpr int kLiveTailSlack = 10;
 // A server line longer than this is cut into several blocks, so that one line
 // cannot hold megabytes inside a scrollback that is counted in blocks.
 constexpr qsizetype kMaxBlockLength = 64 * 1024;
+// Longer lines do not keep their shaped glyphs (see insertLine): the memory a
+// line may hold stays small even when the server sends huge ones.
+constexpr qsizetype kMaxGlyphCachedBlockLength = 4096;
 
 const QColor kHighlightColor(70, 130, 180);
 const QColor kFindHighlightColor(255, 255, 0, 100);
@@ -33,6 +39,50 @@ const char* const kStyleSheet = "QPlainTextEdit { background-color: #000000; } "
 bool breaksBlock(QChar c) {
     const char16_t u = c.unicode();
     return u == u'\n' || u == u'\r' || u == QChar::ParagraphSeparator || u == 0xfdd0 || u == 0xfdd1;
+}
+
+// How many new blocks inserting text adds, counted the way QTextCursor splits
+// text into blocks (CR LF within one insertion is one break).
+int countBlockBreaks(QStringView text) {
+    int breaks = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n')
+            ++i;
+        if (breaksBlock(text[i]))
+            ++breaks;
+    }
+    return breaks;
+}
+
+// Splits runs so that no block grows past kMaxBlockLength; column is the length
+// of the block the first run goes into. The cuts are line feeds in the runs.
+QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column) {
+    qsizetype total = column;
+    for (const AnsiParser::FormatRun& run : runs)
+        total += run.text.size();
+    if (total <= kMaxBlockLength)
+        return runs;
+
+    QList<AnsiParser::FormatRun> cut;
+    for (const AnsiParser::FormatRun& run : runs) {
+        qsizetype start = 0;
+        for (qsizetype i = 0; i < run.text.size(); ++i) {
+            const QChar c = run.text[i];
+            if (breaksBlock(c)) {
+                column = 0;
+                continue;
+            }
+            // Never cut between the halves of a surrogate pair.
+            if (column >= kMaxBlockLength && !c.isLowSurrogate()) {
+                cut.append({run.text.mid(start, i - start) + u'\n', run.format});
+                start = i;
+                column = 0;
+            }
+            ++column;
+        }
+        cut.append({run.text.mid(start), run.format});
+    }
+    return cut;
 }
 
 } // namespace
@@ -76,45 +126,90 @@ void TerminalWidget::appendAnsiText(const QString& text) {
     if (logging && logFile)
         writeLog(line);
 
-    if (!line.isEmpty()) {
-        const QList<AnsiParser::FormatRun> runs = parser.parse(line);
-        QTextCursor cursor(document());
-        cursor.movePosition(QTextCursor::End);
-        // One edit block: the layout and the listeners hear of the line once.
-        cursor.beginEditBlock();
-        qsizetype column = cursor.positionInBlock();
-        for (const AnsiParser::FormatRun& run : runs)
-            insertRun(cursor, run, column);
-        if (!line.endsWith(u'\n'))
-            cursor.insertText(QStringLiteral("\n"));
-        cursor.endEditBlock();
-    }
+    if (!line.isEmpty())
+        insertLine(line);
 
     if (followTail)
         scrollToBottom();
 }
 
-void TerminalWidget::insertRun(QTextCursor& cursor, const AnsiParser::FormatRun& run,
-                               qsizetype& column) {
-    if (run.text.isEmpty())
-        return;
-    qsizetype start = 0;
-    for (qsizetype i = 0; i < run.text.size(); ++i) {
-        const QChar c = run.text[i];
-        if (breaksBlock(c)) {
-            column = 0;
-            continue;
-        }
-        // Never cut between the halves of a surrogate pair.
-        if (column >= kMaxBlockLength && !c.isLowSurrogate()) {
-            cursor.insertText(run.text.mid(start, i - start), run.format);
-            cursor.insertBlock();
-            start = i;
-            column = 0;
-        }
-        ++column;
+void TerminalWidget::insertLine(const QString& line) {
+    QTextDocument* doc = document();
+    const qsizetype column = doc->lastBlock().length() - 1;
+    const QList<AnsiParser::FormatRun> runs = cutLongLines(parser.parse(line), column);
+    const bool needsLineEnd = !line.endsWith(u'\n');
+    int newBlocks = needsLineEnd ? 1 : 0;
+    for (const AnsiParser::FormatRun& run : runs)
+        newBlocks += countBlockBreaks(run.text);
+    const int dropped = dropOldestBlocks(newBlocks);
+
+    // At the scrollback limit the line count stays put, so the view's geometry
+    // changes at most by the new line's wrapping. Telling the view once per
+    // event-loop turn instead of once per line spares laying out the lines of a
+    // burst that scroll past before they are ever painted.
+    std::optional<QSignalBlocker> quietLayout;
+    const bool atLimit = dropped >= newBlocks;
+    if (atLimit) {
+        quietLayout.emplace(doc->documentLayout());
+        layoutStale = true;
+        scheduleDeferredUpdate();
     }
-    cursor.insertText(start == 0 ? run.text : run.text.mid(start), run.format);
+
+    QTextCursor cursor(doc);
+    // One edit block: the layout and the listeners hear of the line once.
+    // Positioning inside it also spares laying out the last block.
+    cursor.beginEditBlock();
+    cursor.setPosition(doc->characterCount() - 1);
+    for (const AnsiParser::FormatRun& run : runs)
+        cursor.insertText(run.text, run.format);
+    if (needsLineEnd)
+        cursor.insertText(QStringLiteral("\n"));
+    cursor.endEditBlock();
+
+    // Shaped glyphs are normally thrown away after layout and made again at
+    // every paint. While the view follows a full scrollback, every line on
+    // screen is repainted as each new line pushes it up, so new lines keep
+    // their glyphs until they leave the view at the top (releaseHiddenLayouts).
+    if (!atLimit || !followTail)
+        return;
+    QTextBlock block = doc->lastBlock();
+    for (int i = 0; i <= newBlocks && block.isValid(); ++i, block = block.previous()) {
+        if (block.length() <= kMaxGlyphCachedBlockLength)
+            block.layout()->setCacheEnabled(true);
+    }
+}
+
+void TerminalWidget::releaseHiddenLayouts() {
+    QTextBlock block = firstVisibleBlock().previous();
+    while (block.isValid() && block.layout()->lineCount() > 0) {
+        // An empty layout pass is what frees a layout's glyphs; clearLayout()
+        // alone keeps them. The block is laid out again if scrolled back to.
+        QTextLayout* layout = block.layout();
+        layout->setCacheEnabled(false);
+        layout->beginLayout();
+        layout->endLayout();
+        block = block.previous();
+    }
+}
+
+int TerminalWidget::dropOldestBlocks(int incoming) {
+    QTextDocument* doc = document();
+    const int limit = doc->maximumBlockCount();
+    const int excess = qMin(doc->blockCount() + incoming - limit, doc->blockCount() - 1);
+    if (limit <= 0 || excess <= 0)
+        return 0;
+    // Left to the document, trimming would lay out the doomed first line and
+    // announce the shrinking size on its own. Done here just before the
+    // insertion, whose size announcement covers both, the layout can stay quiet
+    // and only a repaint is owed.
+    const QSignalBlocker quietLayout(doc->documentLayout());
+    QTextCursor cursor(doc);
+    cursor.beginEditBlock();
+    cursor.setPosition(doc->findBlockByNumber(excess).position(), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    cursor.endEditBlock();
+    viewport()->update();
+    return excess;
 }
 
 void TerminalWidget::writeLog(const QString& text) {
@@ -124,17 +219,38 @@ void TerminalWidget::writeLog(const QString& text) {
 }
 
 void TerminalWidget::scrollToBottom() {
-    if (scrollPending)
-        return;
     scrollPending = true;
-    QTimer::singleShot(0, this, &TerminalWidget::onDeferredScroll);
+    scheduleDeferredUpdate();
 }
 
-void TerminalWidget::onDeferredScroll() {
-    scrollPending = false;
-    QScrollBar* bar = verticalScrollBar();
-    bar->setValue(bar->maximum());
-    followTail = true;
+void TerminalWidget::scheduleDeferredUpdate() {
+    if (deferredUpdatePending)
+        return;
+    deferredUpdatePending = true;
+    QTimer::singleShot(0, this, &TerminalWidget::onDeferredUpdate);
+}
+
+void TerminalWidget::flushLayout() {
+    if (!layoutStale)
+        return;
+    // The view sizes its scroll range from this notification of the layout,
+    // held back while lines were appended at the scrollback limit.
+    layoutStale = false;
+    QAbstractTextDocumentLayout* layout = document()->documentLayout();
+    emit layout->documentSizeChanged(layout->documentSize());
+    viewport()->update();
+}
+
+void TerminalWidget::onDeferredUpdate() {
+    deferredUpdatePending = false;
+    flushLayout(); // before scrolling, so the range is current
+    if (scrollPending) {
+        scrollPending = false;
+        QScrollBar* bar = verticalScrollBar();
+        bar->setValue(bar->maximum());
+        followTail = true;
+    }
+    releaseHiddenLayouts();
 }
 
 void TerminalWidget::onContentsChanged() {
@@ -183,6 +299,7 @@ bool TerminalWidget::findInOutput(const QString& text, bool forward, bool caseSe
                                   bool useRegex) {
     if (text.isEmpty())
         return false;
+    flushLayout(); // showing the match needs the current scroll range
     QTextDocument::FindFlags flags;
     if (!forward)
         flags |= QTextDocument::FindBackward;

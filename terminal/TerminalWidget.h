@@ -9,7 +9,6 @@
 #include <memory>
 
 class QFile;
-class QTextCursor;
 
 // The read-only, scrolling output pane of a game session. Text arrives one line
 // at a time with ANSI colours; the pane keeps a bounded scrollback, follows the
@@ -52,9 +51,13 @@ signals:
 
 private:
     void onContentsChanged();
-    void onDeferredScroll();
+    void onDeferredUpdate();
+    void scheduleDeferredUpdate();
+    void flushLayout();
     void writeLog(const QString& text);
-    void insertRun(QTextCursor& cursor, const AnsiParser::FormatRun& run, qsizetype& column);
+    void insertLine(const QString& line);
+    int dropOldestBlocks(int incoming);
+    void releaseHiddenLayouts();
     QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive,
                                                     bool useRegex);
 
@@ -69,6 +72,9 @@ private:
     bool logging = false;
     QString logPath;
     std::unique_ptr<QFile> logFile;
-    // A burst of lines within one event-loop turn asks for one scroll only.
+    // A burst of lines within one event-loop turn costs one scroll and one
+    // scroll-range update, done together on the next turn.
+    bool deferredUpdatePending = false;
     bool scrollPending = false;
+    bool layoutStale = false;
 };

@@ -21,9 +21,7 @@ private slots:
     void sgrSetsColoursAndAttributes_data();
     void sgrSetsColoursAndAttributes();
     void stateCarriesOverAndSplitsRuns();
-    void stripsOtherControlSequences_data();
     void stripsOtherControlSequences();
-    void strippingAgreesWithThePattern();
     void hostileInputIsHandled();
 };
 
@@ -40,32 +38,26 @@ void tst_AnsiParser::sgrSetsColoursAndAttributes_data() {
     QTest::newRow("39 keeps bright")
         << "\033[31;1m\033[39mX" << QColor(255, 85, 85) << black << "b";
     QTest::newRow("94 keeps bright") << "\033[31;94;1mX" << QColor(255, 85, 85) << black << "b";
-    QTest::newRow("39 without bold") << "\033[31m\033[39mX" << white << black << "";
     QTest::newRow("256 no brighten") << "\033[1;38;5;1mX" << QColor(170, 0, 0) << black << "b";
     QTest::newRow("256 clears basic") << "\033[31;38;5;2;1mX" << QColor(0, 170, 0) << black << "b";
     QTest::newRow("cube") << "\033[38;5;196mX" << QColor(255, 0, 0) << black << "";
-    QTest::newRow("cube levels") << "\033[38;5;110mX" << QColor(102, 153, 204) << black << "";
     QTest::newRow("grey") << "\033[38;5;244mX" << QColor(128, 128, 128) << black << "";
     QTest::newRow("256 too big") << "\033[31;38;5;300mX" << white << black << "";
     QTest::newRow("256 bg") << "\033[48;5;9mX" << white << QColor(255, 85, 85) << "";
     QTest::newRow("256 bg too big") << "\033[48;5;300mX" << white << white << "";
     QTest::newRow("truecolour") << "\033[38;2;10;20;30mX" << QColor(10, 20, 30) << black << "";
-    QTest::newRow("truecolour bg") << "\033[48;2;1;2;3mX" << white << QColor(1, 2, 3) << "";
     QTest::newRow("truecolour out of range") << "\033[38;2;300;0;0mX" << QColor() << black << "";
     QTest::newRow("missing blue") << "\033[38;2;10;20mX" << QColor(10, 20, 0) << black << "";
     QTest::newRow("short truecolour") << "\033[38;2;1mX" << white << black << "b";
     QTest::newRow("unknown selector") << "\033[38;7;4mX" << white << black << "u";
     QTest::newRow("dangling 38") << "\033[32;38mX" << QColor(0, 255, 0) << black << "";
     QTest::newRow("22 clears italic") << "\033[1;3;4m\033[22mX" << white << black << "u";
-    QTest::newRow("24") << "\033[3;4;24mX" << white << black << "i";
     QTest::newRow("ignored codes") << "\033[2;5;7;8;9;53;108mX" << white << black << "";
-    QTest::newRow("pure bg") << "\033[44mX" << white << QColor(0, 0, 255) << "";
     QTest::newRow("49") << "\033[44;49mX" << white << black << "";
     QTest::newRow("light") << "\033[91;103mX" << QColor(255, 128, 128) << QColor(255, 255, 128)
                            << "";
     QTest::newRow("semicolons only") << "\033[31m\033[;mX" << QColor(255, 0, 0) << black << "";
     QTest::newRow("empty resets") << "\033[1;31;44m\033[mX" << white << black << "";
-    QTest::newRow("0 resets") << "\033[1;31;0mX" << white << black << "";
     QTest::newRow("leading zeros") << "\033[00031mX" << QColor(255, 0, 0) << black << "";
     // 2^32 + 31 must be dropped, not wrapped round to 31.
     QTest::newRow("over 32 bits") << "\033[4294967327mX" << white << black << "";
@@ -110,43 +102,19 @@ void tst_AnsiParser::stateCarriesOverAndSplitsRuns() {
     QVERIFY(parser.parse("").isEmpty());
 }
 
-void tst_AnsiParser::stripsOtherControlSequences_data() {
-    QTest::addColumn<QString>("input");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("erase") << "\033[2Jabc"
-                           << "abc";
-    QTest::newRow("private mode") << "a\033[?25lb"
-                                  << "ab";
-    QTest::newRow("cursor position") << "a\033[10;20Hb"
-                                     << "ab";
-    QTest::newRow("SGR-like but not m") << "a\033[1;2xb"
-                                        << "ab";
-    QTest::newRow("bracket is final") << "a\033[[b"
-                                      << "ab";
-    QTest::newRow("lone escape") << "a\033b"
-                                 << "a\033b";
-    QTest::newRow("charset select") << "a\033(Bb"
-                                    << "a\033(Bb";
-    QTest::newRow("unfinished at end") << "abc\033[12"
-                                       << "abc\033[12";
-    QTest::newRow("tilde is no final") << "a\033[5~ 1"
-                                       << "a\033[5~ 1";
-    QTest::newRow("stops at next escape") << "a\033[12;{\033[31mb"
-                                          << "a\033[12;{b";
-    // One pass over the original: removing the inner sequence joins an SGR.
-    QTest::newRow("joined after removal") << "\033\033[2J[31mX"
-                                          << "X";
-}
-
 void tst_AnsiParser::stripsOtherControlSequences() {
-    QFETCH(QString, input);
-    QFETCH(QString, text);
-    AnsiParser parser;
-    QCOMPARE(joinedText(parser.parse(input)), text);
-}
+    // Erase and private modes go; a lone ESC, an unfinished sequence at the end
+    // and one cut short by the next ESC stay; removal is one pass, so a removed
+    // sequence can join the text around it into an SGR.
+    const QList<QPair<QString, QString>> cases = {{"\033[2Jabc", "abc"},
+                                                  {"a\033[?25lb", "ab"},
+                                                  {"a\033b", "a\033b"},
+                                                  {"abc\033[12", "abc\033[12"},
+                                                  {"a\033[1{\033[31mb", "a\033[1{b"},
+                                                  {"\033\033[2J[31mX", "X"}};
+    for (const auto& [input, text] : cases)
+        QCOMPARE(joinedText(AnsiParser().parse(input)), text);
 
-void tst_AnsiParser::strippingAgreesWithThePattern() {
     // The scanner replaces a regular expression; random streams built from the
     // characters that matter must come out as the expression would leave them.
     const QRegularExpression nonSgr("\\x1b\\[(?![0-9;]*m)[^\\x1b]*?[@-Z\\[-_`a-z]");
@@ -171,7 +139,6 @@ void tst_AnsiParser::hostileInputIsHandled() {
     QCOMPARE(joinedText(parser.parse("\033[" + digits + ";31mX")), QString("X"));
     QCOMPARE(parser.parse("Y")[0].format.foreground().color(), QColor(255, 0, 0));
     QCOMPARE(joinedText(parser.parse("\033[" + QString(200000, ';') + "mX")), QString("X"));
-    QCOMPARE(parser.parse("Y")[0].format.foreground().color(), QColor(255, 0, 0));
 
     const QString unterminated = "\033[" + QString(1 << 20, '{');
     QCOMPARE(joinedText(parser.parse(unterminated)), unterminated);

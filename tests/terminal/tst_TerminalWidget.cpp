@@ -11,9 +11,7 @@ class tst_TerminalWidget : public QObject {
     Q_OBJECT
 
 private slots:
-    void everyAppendEndsItsLine_data();
-    void everyAppendEndsItsLine();
-    void coloursCarryAcrossLinesAndClear();
+    void appendsLinesAndCarriesColours();
     void followsTailUnlessScrolledUp_data();
     void followsTailUnlessScrolledUp();
     void scrollbackBoundsLongLinesToo();
@@ -23,42 +21,25 @@ private slots:
     void fontSizeStaysWithinBounds();
 };
 
-void tst_TerminalWidget::everyAppendEndsItsLine_data() {
-    QTest::addColumn<QStringList>("pieces");
-    QTest::addColumn<QString>("shown");
-
-    QTest::newRow("two pieces") << QStringList{"abc", "def"} << "abc\ndef\n";
-    QTest::newRow("own line feed") << QStringList{"abc\n"} << "abc\n";
-    QTest::newRow("empty") << QStringList{"", ""} << "";
-    QTest::newRow("escapes only") << QStringList{"\033[31m"} << "\n";
-    QTest::newRow("stripped") << QStringList{"\033[2Jhp 10\033[K\n"} << "hp 10\n";
-}
-
-void tst_TerminalWidget::everyAppendEndsItsLine() {
-    QFETCH(QStringList, pieces);
-    QFETCH(QString, shown);
+void tst_TerminalWidget::appendsLinesAndCarriesColours() {
     TerminalWidget terminal;
-    for (const QString& piece : pieces)
-        terminal.appendAnsiText(piece);
-    QCOMPARE(terminal.toPlainText(), shown);
-}
-
-void tst_TerminalWidget::coloursCarryAcrossLinesAndClear() {
-    TerminalWidget terminal;
+    terminal.appendAnsiText("");
+    QVERIFY(terminal.document()->isEmpty()); // not even a line break
     terminal.appendAnsiText("\033[32mgreen");
-    terminal.appendAnsiText("still");
+    terminal.appendAnsiText("still\n"); // ends its own line: no empty line after it
+    terminal.appendAnsiText("\033[2Jlast");
+    QCOMPARE(terminal.toPlainText(), QString("green\nstill\nlast\n"));
     const auto colourOf = [&](int block) {
         QTextCursor cursor(terminal.document()->findBlockByNumber(block));
         cursor.movePosition(QTextCursor::NextCharacter);
         return cursor.charFormat().foreground().color();
     };
     QCOMPARE(colourOf(1), QColor(0, 255, 0));
-    terminal.clearTerminal();
-    QVERIFY(terminal.toPlainText().isEmpty());
+    terminal.clearTerminal(); // keeps the colour state and the scrollback bound
     terminal.appendAnsiText("after clear");
+    QCOMPARE(terminal.toPlainText(), QString("after clear\n"));
     QCOMPARE(colourOf(0), QColor(0, 255, 0));
     QCOMPARE(terminal.document()->maximumBlockCount(), 5000);
-    QVERIFY(!terminal.document()->isUndoRedoEnabled());
 }
 
 void tst_TerminalWidget::followsTailUnlessScrolledUp_data() {
@@ -89,7 +70,6 @@ void tst_TerminalWidget::followsTailUnlessScrolledUp() {
     for (int i = 0; i < 3; ++i)
         terminal.appendAnsiText("more");
     QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
     QCOMPARE(terminal.document()->blockCount(), 300);
     if (follows)
         QCOMPARE(bar->value(), bar->maximum());
@@ -102,12 +82,15 @@ void tst_TerminalWidget::scrollbackBoundsLongLinesToo() {
     TerminalWidget terminal;
     terminal.setScrollbackLines(0); // ignored
     terminal.setScrollbackLines(10);
-    const QString huge = QString("0123456789").repeated(100000) + "\033[31mend";
-    terminal.appendAnsiText(huge);
+    terminal.appendAnsiText(QString("0123456789").repeated(100000) + "\033[31mend");
     QCOMPARE(terminal.document()->blockCount(), 10); // 1M characters cut, oldest blocks dropped
     QVERIFY(terminal.document()->lastBlock().previous().text().endsWith("789end"));
     for (QTextBlock block = terminal.document()->begin(); block.isValid(); block = block.next())
         QVERIFY(block.length() <= 64 * 1024 + 1);
+    // Several lines in one piece, with every kind of line break, at the limit.
+    terminal.appendAnsiText("x\r\ny\rz");
+    QCOMPARE(terminal.document()->blockCount(), 10);
+    QVERIFY(terminal.toPlainText().endsWith("789end\nx\ny\nz\n"));
 }
 
 void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog_data() {
@@ -140,7 +123,6 @@ void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog() {
     QCOMPARE(readLog().count('\n'), 1);
     terminal.setFrozen(false);
     QCOMPARE(frozenSpy.count(), 2);
-    QCOMPARE(frozenSpy.at(1).at(0).toBool(), false);
 
     // Held texts reach the log and the screen only now, stamped with the replay time.
     QString log = readLog();
@@ -153,9 +135,6 @@ void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog() {
     QCOMPARE(shown.remove(stamp),
              QString(timestamps ? "first\nsecond\n\nthird\n" : "first\nsecond\nthird\n"));
 
-    terminal.setLogging(false, path);
-    terminal.appendAnsiText("not logged");
-    QVERIFY(!readLog().contains("not logged"));
     terminal.setLogging(true, dir.filePath("missing/dir/x.log"));
     QVERIFY(!terminal.getLogging());
 }
@@ -175,7 +154,6 @@ void tst_TerminalWidget::findStepsAndHighlightsAll() {
     terminal.moveCursor(QTextCursor::Start);
     QVERIFY(terminal.findInOutput("apple", true, false, false));
     QCOMPARE(selectedBlock(), 0);
-    QCOMPARE(terminal.textCursor().selectedText(), QString("apple"));
     QCOMPARE(terminal.extraSelections().size(), 3);
     QVERIFY(terminal.findInOutput("apple", true, false, false));
     QVERIFY(terminal.findInOutput("apple", true, false, false));
@@ -187,18 +165,10 @@ void tst_TerminalWidget::findStepsAndHighlightsAll() {
     QCOMPARE(selectedBlock(), 2);
     QCOMPARE(terminal.extraSelections().size(), 2);
 
-    QVERIFY(terminal.findInOutput("an+a", false, false, true));
-    QCOMPARE(terminal.textCursor().selectedText(), QString("ana"));
-    QCOMPARE(terminal.extraSelections().size(), 1);
     QVERIFY(!terminal.findInOutput("(", true, false, true));
     // Patterns that also match nothing must not stall the highlight loop.
     QVERIFY(terminal.findInOutput("a*", true, false, true));
     QCOMPARE(terminal.extraSelections().size(), 6);
-    QVERIFY(terminal.findInOutput("^", true, false, true));
-    QVERIFY(terminal.extraSelections().isEmpty());
-    terminal.findInOutput("pie", true, false, false);
-    terminal.clearFindHighlights();
-    QVERIFY(terminal.extraSelections().isEmpty());
 }
 
 void tst_TerminalWidget::fontSizeStaysWithinBounds() {
@@ -206,21 +176,16 @@ void tst_TerminalWidget::fontSizeStaysWithinBounds() {
     QVERIFY(terminal.getFontFamily().isEmpty());
     terminal.appendAnsiText("a");
     QSignalSpy spy(&terminal, &TerminalWidget::fontSizeChanged);
-    for (int rejected : {5, 25, -1}) {
-        terminal.setFontSize(rejected);
-        QCOMPARE(terminal.getFontSize(), 10);
-    }
-    QCOMPARE(spy.count(), 0);
-    for (int accepted : {6, 24}) {
-        terminal.setFontSize(accepted);
-        QCOMPARE(terminal.getFontSize(), accepted);
-        QCOMPARE(terminal.font().pointSize(), accepted);
-    }
+    for (int size : {5, 25, 6, 4, 24})
+        terminal.setFontSize(size);
     QCOMPARE(spy.count(), 2);
+    QCOMPARE(terminal.getFontSize(), 24);
+    QCOMPARE(terminal.font().pointSize(), 24);
     const QTextBlockFormat spacing = terminal.document()->firstBlock().blockFormat();
     QCOMPARE(spacing.lineHeight(), 120.0);
     QCOMPARE(spacing.lineHeightType(), int(QTextBlockFormat::ProportionalHeight));
     terminal.setFontFamily("DejaVu Sans Mono");
+    QCOMPARE(terminal.getFontFamily(), QString("DejaVu Sans Mono"));
     QCOMPARE(terminal.font().pointSize(), 24);
 }
 
