@@ -6,9 +6,6 @@
 //   cmake --build build-release --target bench_script
 //   build-release/bench_script
 
-#include "lua/LuaEngine.h"
-#include "script/ScriptEngine.h"
-
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -19,6 +16,9 @@
 #include <cstdio>
 #include <functional>
 #include <time.h>
+
+#include "lua/LuaEngine.h"
+#include "script/ScriptEngine.h"
 
 namespace {
 
@@ -32,13 +32,13 @@ const char* const kReproduce =
 // Monsters the corpus talks about; triggers name other ones, so none match.
 const QStringList kCorpusMonsters = {"orc",    "goblin", "rat",   "troll", "wolf",
                                      "bandit", "spider", "ghoul", "imp",   "kobold"};
-const QStringList kTriggerMonsters = {"dragon",   "lich",     "wyvern",  "basilisk", "hydra",
-                                      "minotaur", "golem",    "banshee", "wraith",   "chimera",
-                                      "cyclops",  "gorgon",   "harpy",   "kraken",   "manticore",
-                                      "naga",     "ogre",     "phoenix", "roc",      "sphinx",
-                                      "vampire",  "werewolf", "yeti",    "zombie",   "djinn"};
+const QStringList kTriggerMonsters = {
+    "dragon",  "lich",    "wyvern",  "basilisk", "hydra",  "minotaur",  "golem", "banshee", "wraith",
+    "chimera", "cyclops", "gorgon",  "harpy",    "kraken", "manticore", "naga",  "ogre",    "phoenix",
+    "roc",     "sphinx",  "vampire", "werewolf", "yeti",   "zombie",    "djinn"};
 
-QStringList makeCorpus() {
+QStringList makeCorpus()
+{
     QRandomGenerator random(42);
     const QStringList templates = {
         "You hit the %1 for %2 damage.",
@@ -58,8 +58,7 @@ QStringList makeCorpus() {
     corpus.reserve(kCorpusLines);
     for (int i = 0; i < kCorpusLines; ++i) {
         QString line = templates.at(random.bounded(templates.size()));
-        line.replace(QStringLiteral("%1"),
-                     kCorpusMonsters.at(random.bounded(kCorpusMonsters.size())));
+        line.replace(QStringLiteral("%1"), kCorpusMonsters.at(random.bounded(kCorpusMonsters.size())));
         line.replace(QStringLiteral("%2"), QString::number(random.bounded(1, 1000)));
         corpus << line;
     }
@@ -67,9 +66,10 @@ QStringList makeCorpus() {
 }
 
 // count triggers, alternating plain and regex, none matching the corpus.
-QList<Trigger> makeTriggers(int count) {
-    const QStringList plainTemplates = {"The %1 flees in terror", "You feel the %1 watching",
-                                        "A %1 roars", "The %1 is DEAD", "You smell a %1"};
+QList<Trigger> makeTriggers(int count)
+{
+    const QStringList plainTemplates = {"The %1 flees in terror", "You feel the %1 watching", "A %1 roars",
+                                        "The %1 is DEAD", "You smell a %1"};
     const QStringList regexTemplates = {
         "^The %1 (?:hits|misses) you (\\d+) times?", "^(\\w+) tells you: the %1 is at (\\w+)$",
         "You receive (\\d+) gold from the %1", "\\[(\\w+)\\] (\\w+): %1 (.*)$",
@@ -89,12 +89,14 @@ QList<Trigger> makeTriggers(int count) {
     return triggers;
 }
 
-double median(std::vector<double> values) {
+double median(std::vector<double> values)
+{
     std::sort(values.begin(), values.end());
     return values.at(values.size() / 2);
 }
 
-double processCpuSeconds() {
+double processCpuSeconds()
+{
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
@@ -107,7 +109,8 @@ struct Timing {
     double cpuSeconds = 0;
 };
 
-Timing measure(const std::function<void()>& work) {
+Timing measure(const std::function<void()>& work)
+{
     std::vector<double> wall;
     std::vector<double> cpu;
     for (int run = 0; run < kRuns; ++run) {
@@ -122,7 +125,8 @@ Timing measure(const std::function<void()>& work) {
 }
 
 // Passes the corpus `passes` times through processGameText.
-void reportLines(const char* label, ScriptEngine& engine, const QStringList& corpus, int passes) {
+void reportLines(const char* label, ScriptEngine& engine, const QStringList& corpus, int passes)
+{
     const Timing timing = measure([&] {
         for (int pass = 0; pass < passes; ++pass) {
             for (const QString& line : corpus)
@@ -131,18 +135,19 @@ void reportLines(const char* label, ScriptEngine& engine, const QStringList& cor
     });
     const double lines = double(corpus.size()) * passes;
     std::printf("  %-44s %11.0f lines/s CPU %8.2f us/line   (wall %11.0f lines/s)\n", label,
-                lines / timing.cpuSeconds, 1e6 * timing.cpuSeconds / lines,
-                lines / timing.wallSeconds);
+                lines / timing.cpuSeconds, 1e6 * timing.cpuSeconds / lines, lines / timing.wallSeconds);
 }
 
-bool writeFile(const QString& path, const QByteArray& text) {
+bool writeFile(const QString& path, const QByteArray& text)
+{
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     QCoreApplication app(argc, argv);
     std::printf("bench_script: median of %d runs\nreproduce: %s\n\n", kRuns, kReproduce);
 
@@ -222,8 +227,8 @@ int main(int argc, char** argv) {
         everyLine.commands = QStringLiteral("lua:onLine");
         scripts.triggers << everyLine;
         engine.setScripts(scripts);
-        reportLines(limitMs > 0 ? "lua:onLine, time guard on" : "lua:onLine, time guard off",
-                    engine, corpus, 2);
+        reportLines(limitMs > 0 ? "lua:onLine, time guard on" : "lua:onLine, time guard off", engine, corpus,
+                    2);
     }
 
     std::printf("\nTime guard on longer functions (median time per call):\n");
@@ -241,16 +246,14 @@ int main(int argc, char** argv) {
             lua.setScriptDir(dir.path());
             lua.loadModule(QStringLiteral("bench"));
             bool failed = false;
-            const Timing timing = measure([&] {
-                failed |= !lua.callFunction(QString::fromLatin1(workload.function), QString());
-            });
-            const QByteArray label = QStringLiteral("%1, guard %2")
-                                         .arg(QString::fromLatin1(workload.description),
-                                              QLatin1String(limitMs > 0 ? "on" : "off"))
-                                         .toUtf8();
+            const Timing timing = measure(
+                [&] { failed |= !lua.callFunction(QString::fromLatin1(workload.function), QString()); });
+            const QByteArray label =
+                QStringLiteral("%1, guard %2")
+                    .arg(QString::fromLatin1(workload.description), QLatin1String(limitMs > 0 ? "on" : "off"))
+                    .toUtf8();
             std::printf("  %-44s %8.1f ms CPU   (wall %8.1f ms)%s\n", label.constData(),
-                        timing.cpuSeconds * 1e3, timing.wallSeconds * 1e3,
-                        failed ? "  CALL FAILED" : "");
+                        timing.cpuSeconds * 1e3, timing.wallSeconds * 1e3, failed ? "  CALL FAILED" : "");
         }
     }
     return 0;

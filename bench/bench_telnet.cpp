@@ -4,9 +4,6 @@
 // Usage: bench_telnet [runs] [megabytes]   (defaults: 7 runs, 10 MB)
 // Build in Release for meaningful figures (see the command printed at the end).
 
-#include "net/MudConnection.h"
-#include "net/TelnetParser.h"
-
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -21,11 +18,15 @@
 #include <thread>
 #include <vector>
 
+#include "net/MudConnection.h"
+#include "net/TelnetParser.h"
+
 namespace {
 
 // What a busy room looks like: room titles, mobs, chat and prompts, every
 // line carrying a few SGR sequences, as a game server sends them.
-QByteArray colouredText(qsizetype bytes) {
+QByteArray colouredText(qsizetype bytes)
+{
     const char* const lines[] = {
         "\x1b[1;36mThe Temple Square\x1b[0m\r\n",
         "  You stand in the middle of a \x1b[33mbusy\x1b[0m square; merchants shout "
@@ -56,17 +57,20 @@ struct Rate {
 class Stopwatch {
 public:
     Stopwatch() { restart(); }
-    void restart() {
+    void restart()
+    {
         wall.start();
         cpuStart = threadCpuNs();
     }
-    Rate rate(qint64 bytes) const {
+    Rate rate(qint64 bytes) const
+    {
         const double mb = bytes / 1e6;
         return {mb / (wall.nsecsElapsed() / 1e9), mb / ((threadCpuNs() - cpuStart) / 1e9)};
     }
 
 private:
-    static qint64 threadCpuNs() {
+    static qint64 threadCpuNs()
+    {
         timespec now{};
         clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
         return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
@@ -75,14 +79,16 @@ private:
     qint64 cpuStart = 0;
 };
 
-double median(std::vector<double> values) {
+double median(std::vector<double> values)
+{
     std::sort(values.begin(), values.end());
     const size_t n = values.size();
     return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 // Parses the stream in socket-sized chunks.
-Rate parserRun(const QByteArray& stream) {
+Rate parserRun(const QByteArray& stream)
+{
     constexpr qsizetype kChunk = 64 * 1024;
     std::vector<QByteArray> chunks;
     for (qsizetype at = 0; at < stream.size(); at += kChunk)
@@ -107,14 +113,14 @@ Rate parserRun(const QByteArray& stream) {
         parser.parse(chunk);
     const Rate rate = clock.rate(stream.size());
     if (characters != stream.size())
-        qFatal("parser delivered %lld characters, expected %lld", characters,
-               qint64(stream.size()));
+        qFatal("parser delivered %lld characters, expected %lld", characters, qint64(stream.size()));
     return rate;
 }
 
 // A server thread writes the stream and closes; the clock runs from
 // connectToServer until the last character signal.
-Rate connectionRun(const QByteArray& stream) {
+Rate connectionRun(const QByteArray& stream)
+{
     std::promise<quint16> portPromise;
     std::future<quint16> portFuture = portPromise.get_future();
     std::thread server([&] {
@@ -158,7 +164,8 @@ Rate connectionRun(const QByteArray& stream) {
     return rate;
 }
 
-void report(const char* what, const std::vector<Rate>& runs) {
+void report(const char* what, const std::vector<Rate>& runs)
+{
     std::vector<double> wall;
     std::vector<double> cpu;
     for (const Rate& r : runs) {
@@ -172,7 +179,8 @@ void report(const char* what, const std::vector<Rate>& runs) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     QCoreApplication app(argc, argv);
     const int runs = argc > 1 ? std::max(1, atoi(argv[1])) : 7;
     const int megabytes = argc > 2 ? std::max(1, atoi(argv[2])) : 10;
@@ -184,8 +192,7 @@ int main(int argc, char** argv) {
         parser.push_back(parserRun(stream));
         connection.push_back(connectionRun(stream));
     }
-    std::printf("stream: %d MB (10^6 bytes) of ANSI-coloured text, medians of %d runs\n", megabytes,
-                runs);
+    std::printf("stream: %d MB (10^6 bytes) of ANSI-coloured text, medians of %d runs\n", megabytes, runs);
     report("TelnetParser::parse", parser);
     report("MudConnection over loopback", connection);
     std::printf("reproduce: cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release && "

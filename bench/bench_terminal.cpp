@@ -2,8 +2,6 @@
 // memory after a long session. Lines arrive in bursts with the event loop run
 // between them, so the deferred scrolling, layout and painting are counted.
 
-#include "terminal/TerminalWidget.h"
-
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -14,6 +12,8 @@
 #include <ctime>
 #include <memory>
 #include <vector>
+
+#include "terminal/TerminalWidget.h"
 
 namespace {
 
@@ -27,18 +27,20 @@ const char* const kCommand = "cmake -S . -B build-release -G Ninja -DCMAKE_BUILD
                              "cmake --build build-release --target bench_terminal && "
                              "build-release/bench_terminal";
 
-QString plainLine(int n) {
-    return QStringLiteral("The guard looks at you suspiciously and mutters something (%1).\n")
-        .arg(n);
+QString plainLine(int n)
+{
+    return QStringLiteral("The guard looks at you suspiciously and mutters something (%1).\n").arg(n);
 }
 
-QString colouredLine(int n) {
+QString colouredLine(int n)
+{
     return QStringLiteral("\033[1;32m[Gossip]\033[0m \033[36mBob\033[0m says, \033[33m'hp "
                           "\033[31m%1\033[33m/\033[32m5678\033[33m ki \033[38;5;208m42\033[0m'\n")
         .arg(n);
 }
 
-std::unique_ptr<TerminalWidget> makeTerminal() {
+std::unique_ptr<TerminalWidget> makeTerminal()
+{
     auto terminal = std::make_unique<TerminalWidget>();
     terminal->resize(900, 700);
     terminal->show();
@@ -48,7 +50,8 @@ std::unique_ptr<TerminalWidget> makeTerminal() {
     return terminal;
 }
 
-void appendLines(TerminalWidget& terminal, int count, QString (*line)(int)) {
+void appendLines(TerminalWidget& terminal, int count, QString (*line)(int))
+{
     for (int i = 0; i < count; i += kBurst) {
         for (int j = 0; j < kBurst; ++j)
             terminal.appendAnsiText(line(i + j));
@@ -56,20 +59,23 @@ void appendLines(TerminalWidget& terminal, int count, QString (*line)(int)) {
     }
 }
 
-double processCpuSeconds() {
+double processCpuSeconds()
+{
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
 }
 
-double median(std::vector<double> values) {
+double median(std::vector<double> values)
+{
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }
 
 // Lines per second of wall time and of process CPU time; on a shared machine the
 // second is the steadier figure, and what an otherwise idle machine would reach.
-void measure(const char* label, QString (*line)(int)) {
+void measure(const char* label, QString (*line)(int))
+{
     std::vector<double> wallRates;
     std::vector<double> cpuRates;
     for (int run = 0; run < kRuns; ++run) {
@@ -85,7 +91,8 @@ void measure(const char* label, QString (*line)(int)) {
                 median(cpuRates));
 }
 
-long statusKilobytes(const char* field) {
+long statusKilobytes(const char* field)
+{
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
         return -1;
@@ -96,14 +103,15 @@ long statusKilobytes(const char* field) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
 
     std::printf("command: %s\n", kCommand);
-    std::printf("%d lines per run in bursts of %d, scrollback %d, median of %d runs\n",
-                kLinesPerRun, kBurst, kScrollback, kRuns);
+    std::printf("%d lines per run in bursts of %d, scrollback %d, median of %d runs\n", kLinesPerRun, kBurst,
+                kScrollback, kRuns);
     measure("plain lines:   ", plainLine);
     measure("coloured lines:", colouredLine); // 11 SGR sequences per line
 

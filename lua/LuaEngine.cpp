@@ -3,9 +3,9 @@
 #include <QByteArray>
 #include <QFile>
 
-#include <lua.hpp>
-
 #include <cstdio>
+
+#include <lua.hpp>
 
 // Everything below that runs inside Lua (API functions, the hook and the
 // protected helpers) may be left by a longjmp when Lua raises an error. No C++
@@ -30,12 +30,12 @@ struct ArgumentBytes {
 // Names never offered as callable functions: the session API itself and the
 // base functions every state has anyway.
 const char* const kHiddenFunctionNames[] = {
-    "send",     "echo",     "getMsdp",      "getVariable",  "setVariable", "print",
-    "tostring", "tonumber", "type",         "pairs",        "ipairs",      "next",
-    "rawget",   "rawset",   "setmetatable", "getmetatable",
+    "send", "echo",  "getMsdp", "getVariable", "setVariable", "print",  "tostring",     "tonumber",
+    "type", "pairs", "ipairs",  "next",        "rawget",      "rawset", "setmetatable", "getmetatable",
 };
 
-int prependPackagePath(lua_State* state) {
+int prependPackagePath(lua_State* state)
+{
     const auto* dir = static_cast<const QByteArray*>(lua_touserdata(state, 1));
     lua_getglobal(state, "package");
     lua_getfield(state, -1, "path");
@@ -46,7 +46,8 @@ int prependPackagePath(lua_State* state) {
     return 0;
 }
 
-int publishMatches(lua_State* state) {
+int publishMatches(lua_State* state)
+{
     const auto* captures = static_cast<const QList<QByteArray>*>(lua_touserdata(state, 1));
     const int count = static_cast<int>(captures->size());
     lua_createtable(state, count, 1);
@@ -61,14 +62,14 @@ int publishMatches(lua_State* state) {
     return 0;
 }
 
-int collectGlobalFunctions(lua_State* state) {
+int collectGlobalFunctions(lua_State* state)
+{
     auto* names = static_cast<QList<QString>*>(lua_touserdata(state, 1));
     lua_rawgeti(state, LUA_REGISTRYINDEX, LUA_RIDX_GLOBALS);
     lua_pushnil(state);
     while (lua_next(state, -2) != 0) {
         const int keyType = lua_type(state, -2);
-        if (lua_type(state, -1) == LUA_TFUNCTION &&
-            (keyType == LUA_TSTRING || keyType == LUA_TNUMBER)) {
+        if (lua_type(state, -1) == LUA_TFUNCTION && (keyType == LUA_TSTRING || keyType == LUA_TNUMBER)) {
             // Convert a copy: converting the key itself in place would
             // confuse lua_next.
             lua_pushvalue(state, -2);
@@ -83,20 +84,22 @@ int collectGlobalFunctions(lua_State* state) {
     return 0;
 }
 
-int getGlobalByName(lua_State* state) {
+int getGlobalByName(lua_State* state)
+{
     lua_getglobal(state, lua_tostring(state, 1));
     return 1;
 }
 
-QString takeErrorMessage(lua_State* state) {
+QString takeErrorMessage(lua_State* state)
+{
     QString message;
     if (lua_type(state, -1) == LUA_TSTRING || lua_type(state, -1) == LUA_TNUMBER) {
         size_t length = 0;
         const char* text = lua_tolstring(state, -1, &length);
         message = QString::fromUtf8(text, static_cast<qsizetype>(length));
     } else {
-        message = QStringLiteral("(error object is a %1 value)")
-                      .arg(QString::fromUtf8(luaL_typename(state, -1)));
+        message =
+            QStringLiteral("(error object is a %1 value)").arg(QString::fromUtf8(luaL_typename(state, -1)));
     }
     lua_pop(state, 1);
     return message;
@@ -104,7 +107,8 @@ QString takeErrorMessage(lua_State* state) {
 
 // Walking the globals raw runs no Lua code, so it needs no time budget; the
 // pcall only turns a memory error into a failure instead of a Lua panic.
-bool collectProtected(lua_State* state, QList<QString>* names) {
+bool collectProtected(lua_State* state, QList<QString>* names)
+{
     lua_pushcfunction(state, collectGlobalFunctions);
     lua_pushlightuserdata(state, names);
     if (lua_pcall(state, 1, 0, 0) == LUA_OK)
@@ -115,13 +119,15 @@ bool collectProtected(lua_State* state, QList<QString>* names) {
 
 } // namespace
 
-LuaEngine::LuaEngine() {
+LuaEngine::LuaEngine()
+{
     openState();
     if (!m_state)
         m_lastError = QStringLiteral("Failed to create Lua state");
 }
 
-LuaEngine::~LuaEngine() {
+LuaEngine::~LuaEngine()
+{
     // Closing the current state directly: re-opening a fresh one only to
     // leave it behind, as a plain unloadAll would, leaks a whole interpreter
     // per closed session.
@@ -129,7 +135,8 @@ LuaEngine::~LuaEngine() {
         lua_close(m_state);
 }
 
-void LuaEngine::openState() {
+void LuaEngine::openState()
+{
     m_state = luaL_newstate();
     if (!m_state)
         return;
@@ -141,11 +148,13 @@ void LuaEngine::openState() {
     installTimeGuard();
 }
 
-LuaEngine* LuaEngine::engineOf(lua_State* state) {
+LuaEngine* LuaEngine::engineOf(lua_State* state)
+{
     return *static_cast<LuaEngine**>(lua_getextraspace(state));
 }
 
-void LuaEngine::registerCFunctions() {
+void LuaEngine::registerCFunctions()
+{
     if (!m_state)
         return;
     const struct {
@@ -165,27 +174,33 @@ void LuaEngine::registerCFunctions() {
     }
 }
 
-void LuaEngine::setSendCallback(TextCallback callback) {
+void LuaEngine::setSendCallback(TextCallback callback)
+{
     m_sendCallback.swap(callback);
 }
 
-void LuaEngine::setEchoCallback(TextCallback callback) {
+void LuaEngine::setEchoCallback(TextCallback callback)
+{
     m_echoCallback.swap(callback);
 }
 
-void LuaEngine::setGetMsdpCallback(LookupCallback callback) {
+void LuaEngine::setGetMsdpCallback(LookupCallback callback)
+{
     m_getMsdpCallback.swap(callback);
 }
 
-void LuaEngine::setGetVariableCallback(LookupCallback callback) {
+void LuaEngine::setGetVariableCallback(LookupCallback callback)
+{
     m_getVariableCallback.swap(callback);
 }
 
-void LuaEngine::setSetVariableCallback(AssignCallback callback) {
+void LuaEngine::setSetVariableCallback(AssignCallback callback)
+{
     m_setVariableCallback.swap(callback);
 }
 
-void LuaEngine::setScriptDir(const QString& dir) {
+void LuaEngine::setScriptDir(const QString& dir)
+{
     m_scriptDir = dir;
     if (!m_state)
         return;
@@ -194,7 +209,8 @@ void LuaEngine::setScriptDir(const QString& dir) {
     runGuarded(prependPackagePath, &encodedDir);
 }
 
-bool LuaEngine::loadModule(const QString& name) {
+bool LuaEngine::loadModule(const QString& name)
+{
     if (!m_state) {
         m_lastError = QStringLiteral("Lua state not initialized");
         return false;
@@ -203,8 +219,7 @@ bool LuaEngine::loadModule(const QString& name) {
         m_lastError = QStringLiteral("Script directory not set");
         return false;
     }
-    const QByteArray path =
-        QFile::encodeName(m_scriptDir + QLatin1Char('/') + name + QStringLiteral(".lua"));
+    const QByteArray path = QFile::encodeName(m_scriptDir + QLatin1Char('/') + name + QStringLiteral(".lua"));
     if (luaL_loadfilex(m_state, path.constData(), nullptr) != LUA_OK) {
         m_lastError = takeErrorMessage(m_state);
         return false;
@@ -215,7 +230,8 @@ bool LuaEngine::loadModule(const QString& name) {
     return true;
 }
 
-bool LuaEngine::callFunction(const QString& name, const QString& arg) {
+bool LuaEngine::callFunction(const QString& name, const QString& arg)
+{
     if (!m_state) {
         m_lastError = QStringLiteral("Lua state not initialized");
         return false;
@@ -239,7 +255,8 @@ bool LuaEngine::callFunction(const QString& name, const QString& arg) {
     return protectedCall(argumentCount, 0, &m_lastError);
 }
 
-bool LuaEngine::protectedCall(int nargs, int nresults, QString* error) {
+bool LuaEngine::protectedCall(int nargs, int nresults, QString* error)
+{
     // A call made from inside a callback runs within the budget of the call
     // that is already running; only the outermost call starts the clock.
     if (m_callDepth == 0)
@@ -260,13 +277,15 @@ bool LuaEngine::protectedCall(int nargs, int nresults, QString* error) {
     return false;
 }
 
-void LuaEngine::runGuarded(lua_CFunction function, void* data) {
+void LuaEngine::runGuarded(lua_CFunction function, void* data)
+{
     lua_pushcfunction(m_state, function);
     lua_pushlightuserdata(m_state, data);
     protectedCall(1, 0, nullptr);
 }
 
-QList<QString> LuaEngine::listFunctions() const {
+QList<QString> LuaEngine::listFunctions() const
+{
     QList<QString> names;
     if (!m_state)
         return names;
@@ -289,7 +308,8 @@ QList<QString> LuaEngine::listFunctions() const {
     return names;
 }
 
-void LuaEngine::setMatchesTable(const QList<QString>& captures) {
+void LuaEngine::setMatchesTable(const QList<QString>& captures)
+{
     if (!m_state)
         return;
     QList<QByteArray> encoded;
@@ -299,7 +319,8 @@ void LuaEngine::setMatchesTable(const QList<QString>& captures) {
     runGuarded(publishMatches, &encoded);
 }
 
-void LuaEngine::unloadAll() {
+void LuaEngine::unloadAll()
+{
     if (m_state)
         lua_close(m_state);
     m_state = nullptr;
@@ -310,12 +331,14 @@ void LuaEngine::unloadAll() {
     openState();
 }
 
-void LuaEngine::setTimeLimitMs(int milliseconds) {
+void LuaEngine::setTimeLimitMs(int milliseconds)
+{
     m_timeLimitMs = qMax(0, milliseconds);
     installTimeGuard();
 }
 
-void LuaEngine::installTimeGuard() {
+void LuaEngine::installTimeGuard()
+{
     if (!m_state)
         return;
     if (m_timeLimitMs > 0)
@@ -324,7 +347,8 @@ void LuaEngine::installTimeGuard() {
         lua_sethook(m_state, nullptr, 0, 0);
 }
 
-void LuaEngine::onInstructionCount(lua_State* state, lua_Debug* debug) {
+void LuaEngine::onInstructionCount(lua_State* state, lua_Debug* debug)
+{
     Q_UNUSED(debug)
     const LuaEngine* engine = engineOf(state);
     if (!engine || engine->m_callDepth == 0 || engine->m_timeLimitMs <= 0)
@@ -341,7 +365,8 @@ void LuaEngine::onInstructionCount(lua_State* state, lua_Debug* debug) {
     luaL_error(state, "%s", message);
 }
 
-int LuaEngine::luaTraceback(lua_State* state) {
+int LuaEngine::luaTraceback(lua_State* state)
+{
     const char* message = lua_tostring(state, 1);
     if (!message) {
         if (luaL_callmeta(state, 1, "__tostring") && lua_type(state, -1) == LUA_TSTRING)
@@ -354,23 +379,27 @@ int LuaEngine::luaTraceback(lua_State* state) {
 
 namespace {
 
-LuaEngine* upvalueEngine(lua_State* state) {
+LuaEngine* upvalueEngine(lua_State* state)
+{
     return static_cast<LuaEngine*>(lua_touserdata(state, lua_upvalueindex(1)));
 }
 
-ArgumentBytes checkedText(lua_State* state, int index) {
+ArgumentBytes checkedText(lua_State* state, int index)
+{
     ArgumentBytes result{nullptr, 0};
     result.text = luaL_checklstring(state, index, &result.length);
     return result;
 }
 
-QString toQString(const ArgumentBytes& text) {
+QString toQString(const ArgumentBytes& text)
+{
     return QString::fromUtf8(text.text, static_cast<qsizetype>(text.length));
 }
 
 } // namespace
 
-int LuaEngine::luaSend(lua_State* state) {
+int LuaEngine::luaSend(lua_State* state)
+{
     LuaEngine* engine = upvalueEngine(state);
     if (!engine || !engine->m_sendCallback)
         return luaL_error(state, "send callback not set");
@@ -379,7 +408,8 @@ int LuaEngine::luaSend(lua_State* state) {
     return 0;
 }
 
-int LuaEngine::luaEcho(lua_State* state) {
+int LuaEngine::luaEcho(lua_State* state)
+{
     LuaEngine* engine = upvalueEngine(state);
     if (!engine || !engine->m_echoCallback)
         return luaL_error(state, "echo callback not set");
@@ -388,7 +418,8 @@ int LuaEngine::luaEcho(lua_State* state) {
     return 0;
 }
 
-int LuaEngine::luaGetMsdp(lua_State* state) {
+int LuaEngine::luaGetMsdp(lua_State* state)
+{
     LuaEngine* engine = upvalueEngine(state);
     if (!engine || !engine->m_getMsdpCallback)
         return luaL_error(state, "getMsdp callback not set");
@@ -398,7 +429,8 @@ int LuaEngine::luaGetMsdp(lua_State* state) {
     return 1;
 }
 
-int LuaEngine::luaGetVariable(lua_State* state) {
+int LuaEngine::luaGetVariable(lua_State* state)
+{
     LuaEngine* engine = upvalueEngine(state);
     if (!engine || !engine->m_getVariableCallback)
         return luaL_error(state, "getVariable callback not set");
@@ -408,7 +440,8 @@ int LuaEngine::luaGetVariable(lua_State* state) {
     return 1;
 }
 
-int LuaEngine::luaSetVariable(lua_State* state) {
+int LuaEngine::luaSetVariable(lua_State* state)
+{
     LuaEngine* engine = upvalueEngine(state);
     if (!engine || !engine->m_setVariableCallback)
         return luaL_error(state, "setVariable callback not set");

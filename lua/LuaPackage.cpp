@@ -1,7 +1,5 @@
 #include "lua/LuaPackage.h"
 
-#include "storage/JsonFields.h"
-
 #include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
@@ -13,6 +11,8 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+
+#include "storage/JsonFields.h"
 
 namespace {
 
@@ -27,10 +27,12 @@ class ScratchDir final {
 public:
     explicit ScratchDir(const QString& prefix)
         : dir(QDir::tempPath() + QLatin1Char('/') + prefix +
-              QString::number(QDateTime::currentMSecsSinceEpoch()) + QStringLiteral("_XXXXXX")) {
+              QString::number(QDateTime::currentMSecsSinceEpoch()) + QStringLiteral("_XXXXXX"))
+    {
         dir.setAutoRemove(false);
     }
-    ~ScratchDir() {
+    ~ScratchDir()
+    {
         if (!dir.isValid())
             return;
         // unzip restores the folder modes stored in the archive; a read-only
@@ -40,18 +42,18 @@ public:
         while (it.hasNext()) {
             const QString path = it.next();
             if (!it.fileInfo().isSymLink())
-                QFile::setPermissions(path, QFile::permissions(path) | QFile::ReadOwner |
-                                                QFile::WriteOwner | QFile::ExeOwner);
+                QFile::setPermissions(path, QFile::permissions(path) | QFile::ReadOwner | QFile::WriteOwner |
+                                                QFile::ExeOwner);
         }
         dir.remove();
     }
     ScratchDir(const ScratchDir&) = delete;
     ScratchDir& operator=(const ScratchDir&) = delete;
 
-    bool isValid(QString& error) const {
+    bool isValid(QString& error) const
+    {
         if (!dir.isValid())
-            error =
-                QStringLiteral("Failed to create temporary directory: %1").arg(dir.errorString());
+            error = QStringLiteral("Failed to create temporary directory: %1").arg(dir.errorString());
         return dir.isValid();
     }
     QString path() const { return dir.path(); }
@@ -63,8 +65,9 @@ private:
 
 // Runs zip or unzip to completion. Its input is empty, so a question such as
 // unzip's "replace file?" is answered at once instead of stalling the client.
-bool runTool(const QString& program, const QStringList& arguments, const QString& workingDir,
-             QString& error, QByteArray* output = nullptr) {
+bool runTool(const QString& program, const QStringList& arguments, const QString& workingDir, QString& error,
+             QByteArray* output = nullptr)
+{
     QProcess process;
     process.setWorkingDirectory(workingDir);
     process.setStandardInputFile(QProcess::nullDevice());
@@ -91,14 +94,16 @@ bool runTool(const QString& program, const QStringList& arguments, const QString
 // them was made to escape, so it is refused rather than repaired. Backslashes
 // count as separators because unzip turns them into slashes for archives made
 // on DOS-like systems.
-bool isUnsafePath(const QString& name) {
+bool isUnsafePath(const QString& name)
+{
     if (name.isEmpty() || name.startsWith(QLatin1Char('/')) || name.startsWith(QLatin1Char('\\')))
         return true;
     static const QRegularExpression separators(QStringLiteral("[/\\\\]"));
     return name.split(separators).contains(QStringLiteral(".."));
 }
 
-bool isModuleFileEntry(const QString& name) {
+bool isModuleFileEntry(const QString& name)
+{
     const QStringList parts = name.split(QLatin1Char('/'));
     return parts.size() == 2 && parts.first() == kScriptsFolder &&
            parts.last().endsWith(kModuleSuffix, Qt::CaseInsensitive);
@@ -110,18 +115,18 @@ bool isModuleFileEntry(const QString& name) {
 // The permission string tells links ('l') from files; an upper-case first
 // letter in the text/binary field marks an encrypted entry, which would make
 // unzip ask for a password.
-bool checkPackageListing(const QString& packagePath, const QString& workingDir, QString& error) {
+bool checkPackageListing(const QString& packagePath, const QString& workingDir, QString& error)
+{
     QByteArray listing;
     if (!runTool(QStringLiteral("unzip"),
-                 {QStringLiteral("-Z"), QStringLiteral("-l"), QStringLiteral("-T"),
-                  QStringLiteral("--h"), QStringLiteral("--t"), packagePath},
+                 {QStringLiteral("-Z"), QStringLiteral("-l"), QStringLiteral("-T"), QStringLiteral("--h"),
+                  QStringLiteral("--t"), packagePath},
                  workingDir, error, &listing))
         return false;
 
     static const QRegularExpression entryLine(QStringLiteral(
         "^(\\S+)\\s+\\S+\\s+\\S+\\s+(\\d+)\\s+(\\S+)\\s+\\d+\\s+\\S+\\s+\\d{8}\\.\\d{6} (.*)$"));
-    const QStringList lines =
-        QString::fromUtf8(listing).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList lines = QString::fromUtf8(listing).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     if (lines.size() > LuaPackage::kMaxImportEntries) {
         error = QStringLiteral("Package is too large to import");
         return false;
@@ -155,8 +160,7 @@ bool checkPackageListing(const QString& packagePath, const QString& workingDir, 
         }
         if (isModuleFileEntry(name) &&
             !LuaPackage::isValidModuleName(name.section(QLatin1Char('/'), 1).chopped(4))) {
-            error =
-                QStringLiteral("Package holds a module file with an invalid name: %1").arg(name);
+            error = QStringLiteral("Package holds a module file with an invalid name: %1").arg(name);
             return false;
         }
         bool sizeOk = false;
@@ -170,7 +174,8 @@ bool checkPackageListing(const QString& packagePath, const QString& workingDir, 
 }
 
 // The listing already refused links; a link here would still never be followed.
-bool readMetadataFile(const ScratchDir& temp, LuaPackage::Metadata& metadata, QString& error) {
+bool readMetadataFile(const ScratchDir& temp, LuaPackage::Metadata& metadata, QString& error)
+{
     const QString path = temp.filePath(kMetadataFile);
     QFile file(path);
     if (QFileInfo(path).isSymLink() || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
@@ -192,14 +197,15 @@ bool readMetadataFile(const ScratchDir& temp, LuaPackage::Metadata& metadata, QS
 
 } // namespace
 
-bool LuaPackage::isValidModuleName(const QString& name) {
+bool LuaPackage::isValidModuleName(const QString& name)
+{
     static const QRegularExpression rule(QStringLiteral("^[a-zA-Z_][a-zA-Z0-9_]*$"));
     return rule.match(name).hasMatch();
 }
 
 bool LuaPackage::exportPackage(const QString& scriptDir, const QList<LuaModule>& modules,
-                               const Metadata& metadata, const QString& outputPath,
-                               QString& error) {
+                               const Metadata& metadata, const QString& outputPath, QString& error)
+{
     ScratchDir temp(QStringLiteral("olvex_export_"));
     if (!temp.isValid(error))
         return false;
@@ -231,9 +237,8 @@ bool LuaPackage::exportPackage(const QString& scriptDir, const QList<LuaModule>&
     // would land there and vanish with it. An existing archive of that name
     // is added to, not replaced.
     const QString archive = QFileInfo(outputPath).absoluteFilePath();
-    if (!runTool(QStringLiteral("zip"),
-                 {QStringLiteral("-r"), archive, kMetadataFile, kScriptsFolder}, temp.path(),
-                 error))
+    if (!runTool(QStringLiteral("zip"), {QStringLiteral("-r"), archive, kMetadataFile, kScriptsFolder},
+                 temp.path(), error))
         return false;
     if (!QFile::exists(archive)) {
         error = QStringLiteral("Package file was not created: %1").arg(archive);
@@ -242,8 +247,9 @@ bool LuaPackage::exportPackage(const QString& scriptDir, const QList<LuaModule>&
     return true;
 }
 
-bool LuaPackage::importPackage(const QString& packagePath, const QString& scriptDir,
-                               bool skipExisting, QList<LuaModule>& modules, QString& error) {
+bool LuaPackage::importPackage(const QString& packagePath, const QString& scriptDir, bool skipExisting,
+                               QList<LuaModule>& modules, QString& error)
+{
     ScratchDir temp(QStringLiteral("olvex_import_"));
     if (!temp.isValid(error))
         return false;
@@ -262,8 +268,7 @@ bool LuaPackage::importPackage(const QString& packagePath, const QString& script
     QDir().mkpath(scriptDir);
     const QDir scriptsDir(temp.filePath(kScriptsFolder));
     const QFileInfoList files = scriptsDir.entryInfoList(
-        {QStringLiteral("*.lua")}, QDir::Files | QDir::NoSymLinks | QDir::CaseSensitive,
-        QDir::Unsorted);
+        {QStringLiteral("*.lua")}, QDir::Files | QDir::NoSymLinks | QDir::CaseSensitive, QDir::Unsorted);
     for (const QFileInfo& file : files) {
         if (!file.isFile() || file.isSymLink())
             continue;
@@ -278,7 +283,8 @@ bool LuaPackage::importPackage(const QString& packagePath, const QString& script
     return true;
 }
 
-LuaPackage::Metadata LuaPackage::readMetadata(const QString& packagePath, QString& error) {
+LuaPackage::Metadata LuaPackage::readMetadata(const QString& packagePath, QString& error)
+{
     ScratchDir temp(QStringLiteral("olvex_readmeta_"));
     if (!temp.isValid(error))
         return {};
@@ -286,14 +292,15 @@ LuaPackage::Metadata LuaPackage::readMetadata(const QString& packagePath, QStrin
     const QString archive = QFileInfo(packagePath).absoluteFilePath();
     Metadata metadata;
     if (!checkPackageListing(archive, temp.path(), error) ||
-        !runTool(QStringLiteral("unzip"), {QStringLiteral("-q"), archive, kMetadataFile},
-                 temp.path(), error) ||
+        !runTool(QStringLiteral("unzip"), {QStringLiteral("-q"), archive, kMetadataFile}, temp.path(),
+                 error) ||
         !readMetadataFile(temp, metadata, error))
         return {};
     return metadata;
 }
 
-QString LuaPackage::metadataToJson(const Metadata& metadata) {
+QString LuaPackage::metadataToJson(const Metadata& metadata)
+{
     QJsonArray modules;
     for (const LuaModule& module : metadata.modules)
         modules.append(module.toJson());
@@ -308,7 +315,8 @@ QString LuaPackage::metadataToJson(const Metadata& metadata) {
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
 }
 
-LuaPackage::Metadata LuaPackage::jsonToMetadata(const QString& json) {
+LuaPackage::Metadata LuaPackage::jsonToMetadata(const QString& json)
+{
     Metadata metadata;
     const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
     if (!document.isObject())

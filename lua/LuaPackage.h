@@ -1,9 +1,9 @@
 #pragma once
 
-#include "storage/Scripts.h"
-
 #include <QList>
 #include <QString>
+
+#include "storage/Scripts.h"
 
 // Moves Lua modules between characters as one ".olvexscripts" file: a zip
 // archive holding "metadata.json" and a "scripts" folder with one ".lua" file
@@ -32,8 +32,8 @@ public:
 
     static bool exportPackage(const QString& scriptDir, const QList<LuaModule>& modules,
                               const Metadata& metadata, const QString& outputPath, QString& error);
-    static bool importPackage(const QString& packagePath, const QString& scriptDir,
-                              bool skipExisting, QList<LuaModule>& modules, QString& error);
+    static bool importPackage(const QString& packagePath, const QString& scriptDir, bool skipExisting,
+                              QList<LuaModule>& modules, QString& error);
     static Metadata readMetadata(const QString& packagePath, QString& error);
 
     static QString metadataToJson(const Metadata& metadata);

@@ -1,8 +1,5 @@
 #include "lua/LuaScriptTab.h"
 
-#include "lua/LuaPackage.h"
-#include "lua/LuaSyntaxHighlighter.h"
-
 #include <QDateTime>
 #include <QFile>
 #include <QFileDialog>
@@ -18,6 +15,9 @@
 
 #include <algorithm>
 
+#include "lua/LuaPackage.h"
+#include "lua/LuaSyntaxHighlighter.h"
+
 namespace {
 
 const QString kPackageSuffix = QStringLiteral(".olvexscripts");
@@ -26,11 +26,13 @@ const QString kNoModuleText = QStringLiteral("No module selected");
 } // namespace
 
 LuaScriptTab::LuaScriptTab(QWidget* parent)
-    : QWidget(parent) {
+    : QWidget(parent)
+{
     createUI();
 }
 
-void LuaScriptTab::createUI() {
+void LuaScriptTab::createUI()
+{
     auto* outer = new QHBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
@@ -42,8 +44,7 @@ void LuaScriptTab::createUI() {
     list->setMinimumWidth(100);
     leftLayout->addWidget(list);
     auto* listButtons = new QHBoxLayout;
-    const auto addListButton = [&](const QString& text, const QString& tip,
-                                   void (LuaScriptTab::*slot)()) {
+    const auto addListButton = [&](const QString& text, const QString& tip, void (LuaScriptTab::*slot)()) {
         auto* button = new QPushButton(text, left);
         button->setMaximumWidth(30);
         button->setToolTip(tip);
@@ -100,7 +101,8 @@ void LuaScriptTab::createUI() {
     connect(exportButton, &QPushButton::clicked, this, &LuaScriptTab::onExportPackage);
 }
 
-void LuaScriptTab::setModules(const QList<LuaModule>& newModules, const QString& newScriptDir) {
+void LuaScriptTab::setModules(const QList<LuaModule>& newModules, const QString& newScriptDir)
+{
     modules = newModules;
     scriptDir = newScriptDir;
     codeCache.clear();
@@ -111,15 +113,18 @@ void LuaScriptTab::setModules(const QList<LuaModule>& newModules, const QString&
     updateModuleList();
 }
 
-QList<LuaModule> LuaScriptTab::getModules() const {
+QList<LuaModule> LuaScriptTab::getModules() const
+{
     return modules;
 }
 
-QString LuaScriptTab::moduleFilePath(const QString& name) const {
+QString LuaScriptTab::moduleFilePath(const QString& name) const
+{
     return scriptDir + QLatin1Char('/') + name + QStringLiteral(".lua");
 }
 
-void LuaScriptTab::updateModuleList() {
+void LuaScriptTab::updateModuleList()
+{
     const QSignalBlocker blocker(list);
     list->clear();
     for (int row = 0; row < modules.size(); ++row) {
@@ -131,7 +136,8 @@ void LuaScriptTab::updateModuleList() {
         list->setCurrentRow(currentRow);
 }
 
-void LuaScriptTab::clearSelection() {
+void LuaScriptTab::clearSelection()
+{
     currentRow = -1;
     editor->clear();
     editor->setPlaceholderText(QString());
@@ -139,7 +145,8 @@ void LuaScriptTab::clearSelection() {
     updateStatus();
 }
 
-void LuaScriptTab::onModuleSelected(int row) {
+void LuaScriptTab::onModuleSelected(int row)
+{
     // Switching modules saves the one left without asking.
     if (hasCurrent() && modified)
         saveModuleCode();
@@ -154,12 +161,14 @@ void LuaScriptTab::onModuleSelected(int row) {
     }
 }
 
-void LuaScriptTab::onCodeEdited() {
+void LuaScriptTab::onCodeEdited()
+{
     modified = true;
     updateStatus();
 }
 
-void LuaScriptTab::updateStatus() {
+void LuaScriptTab::updateStatus()
+{
     if (!hasCurrent())
         status->setText(kNoModuleText);
     else if (modified)
@@ -168,7 +177,8 @@ void LuaScriptTab::updateStatus() {
         status->setText(modules.at(currentRow).name);
 }
 
-void LuaScriptTab::loadModuleCode(const QString& name) {
+void LuaScriptTab::loadModuleCode(const QString& name)
+{
     const auto cached = codeCache.constFind(name);
     if (cached != codeCache.constEnd()) {
         editor->setPlaceholderText(QString());
@@ -189,7 +199,8 @@ void LuaScriptTab::loadModuleCode(const QString& name) {
     editor->setPlainText(text);
 }
 
-void LuaScriptTab::saveModuleCode() {
+void LuaScriptTab::saveModuleCode()
+{
     if (!hasCurrent())
         return;
     const QString name = modules.at(currentRow).name;
@@ -206,15 +217,16 @@ void LuaScriptTab::saveModuleCode() {
     updateStatus();
 }
 
-void LuaScriptTab::onSaveModule() {
+void LuaScriptTab::onSaveModule()
+{
     saveModuleCode();
 }
 
-void LuaScriptTab::onReloadModule() {
+void LuaScriptTab::onReloadModule()
+{
     if (!hasCurrent())
         return;
-    if (modified &&
-        !askYesNo(tr("Reload Module"), tr("Discard unsaved changes and reload from disk?")))
+    if (modified && !askYesNo(tr("Reload Module"), tr("Discard unsaved changes and reload from disk?")))
         return;
     // The cache is deliberately kept: this restores the text the tab last
     // loaded or saved, not whatever another program has since written.
@@ -223,11 +235,13 @@ void LuaScriptTab::onReloadModule() {
     updateStatus();
 }
 
-void LuaScriptTab::onNewModule() {
+void LuaScriptTab::onNewModule()
+{
     promptNewModuleName();
 }
 
-void LuaScriptTab::promptNewModuleName() {
+void LuaScriptTab::promptNewModuleName()
+{
     const QString name = askText(tr("New Module"), tr("Module name:"));
     if (name.isEmpty())
         return;
@@ -261,7 +275,8 @@ void LuaScriptTab::promptNewModuleName() {
     list->setCurrentRow(int(modules.size()) - 1);
 }
 
-void LuaScriptTab::onDeleteModule() {
+void LuaScriptTab::onDeleteModule()
+{
     if (!hasCurrent())
         return;
     const QString name = modules.at(currentRow).name;
@@ -277,17 +292,20 @@ void LuaScriptTab::onDeleteModule() {
     emit modulesChanged(modules);
 }
 
-void LuaScriptTab::onMoveUp() {
+void LuaScriptTab::onMoveUp()
+{
     moveCurrent(-1);
 }
 
-void LuaScriptTab::onMoveDown() {
+void LuaScriptTab::onMoveDown()
+{
     moveCurrent(1);
 }
 
 // The records swap whole, load order values included: the position in the
 // list is the load order, the stored number is not renumbered.
-void LuaScriptTab::moveCurrent(int offset) {
+void LuaScriptTab::moveCurrent(int offset)
+{
     if (!hasCurrent())
         return;
     const int target = currentRow + offset;
@@ -300,13 +318,13 @@ void LuaScriptTab::moveCurrent(int offset) {
     emit modulesChanged(modules);
 }
 
-void LuaScriptTab::onExportPackage() {
+void LuaScriptTab::onExportPackage()
+{
     if (modules.isEmpty()) {
         showMessage(QMessageBox::Warning, tr("Export Failed"), tr("No modules to export"));
         return;
     }
-    QString path =
-        askSaveFileName(tr("Export Lua Package"), tr("Olvex Script Packages (*.olvexscripts)"));
+    QString path = askSaveFileName(tr("Export Lua Package"), tr("Olvex Script Packages (*.olvexscripts)"));
     if (path.isEmpty())
         return;
     if (!path.endsWith(kPackageSuffix))
@@ -330,15 +348,15 @@ void LuaScriptTab::onExportPackage() {
 
     QString error;
     if (LuaPackage::exportPackage(scriptDir, modules, metadata, path, error))
-        showMessage(QMessageBox::Information, tr("Export Successful"),
-                    tr("Exported to %1").arg(path));
+        showMessage(QMessageBox::Information, tr("Export Successful"), tr("Exported to %1").arg(path));
     else
         showMessage(QMessageBox::Critical, tr("Export Failed"), error);
 }
 
-void LuaScriptTab::onImportPackage() {
-    const QString path = askOpenFileName(
-        tr("Import Lua Package"), tr("Olvex Script Packages (*.olvexscripts);;All Files (*)"));
+void LuaScriptTab::onImportPackage()
+{
+    const QString path = askOpenFileName(tr("Import Lua Package"),
+                                         tr("Olvex Script Packages (*.olvexscripts);;All Files (*)"));
     if (path.isEmpty())
         return;
 
@@ -362,24 +380,28 @@ void LuaScriptTab::onImportPackage() {
                 tr("Imported %1 module(s)").arg(imported.size()));
 }
 
-QString LuaScriptTab::askText(const QString& title, const QString& label) {
+QString LuaScriptTab::askText(const QString& title, const QString& label)
+{
     return QInputDialog::getText(this, title, label);
 }
 
-bool LuaScriptTab::askYesNo(const QString& title, const QString& text) {
-    return QMessageBox::question(this, title, text, QMessageBox::Yes | QMessageBox::No) ==
-           QMessageBox::Yes;
+bool LuaScriptTab::askYesNo(const QString& title, const QString& text)
+{
+    return QMessageBox::question(this, title, text, QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
-QString LuaScriptTab::askOpenFileName(const QString& title, const QString& filter) {
+QString LuaScriptTab::askOpenFileName(const QString& title, const QString& filter)
+{
     return QFileDialog::getOpenFileName(this, title, QString(), filter);
 }
 
-QString LuaScriptTab::askSaveFileName(const QString& title, const QString& filter) {
+QString LuaScriptTab::askSaveFileName(const QString& title, const QString& filter)
+{
     return QFileDialog::getSaveFileName(this, title, QString(), filter);
 }
 
-void LuaScriptTab::showMessage(QMessageBox::Icon icon, const QString& title, const QString& text) {
+void LuaScriptTab::showMessage(QMessageBox::Icon icon, const QString& title, const QString& text)
+{
     switch (icon) {
     case QMessageBox::Critical:
         QMessageBox::critical(this, title, text);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "storage/Scripts.h"
-
 #include <QList>
 #include <QMap>
 #include <QMessageBox>
 #include <QString>
 #include <QWidget>
+
+#include "storage/Scripts.h"
 
 class QLabel;
 class QListWidget;

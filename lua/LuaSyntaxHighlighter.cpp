@@ -8,7 +8,8 @@ namespace {
 constexpr int kOutsideComment = 0;
 constexpr int kInsideComment = 1;
 
-QTextCharFormat makeFormat(const QColor& foreground, bool bold = false, bool italic = false) {
+QTextCharFormat makeFormat(const QColor& foreground, bool bold = false, bool italic = false)
+{
     QTextCharFormat format;
     format.setForeground(foreground);
     if (bold)
@@ -24,7 +25,8 @@ LuaSyntaxHighlighter::LuaSyntaxHighlighter(QTextDocument* parent)
     : QSyntaxHighlighter(parent)
     , multiLineCommentFormat(makeFormat(QColor(128, 128, 128), false, true))
     , commentStartExpression(QStringLiteral("--\\[\\["))
-    , commentEndExpression(QStringLiteral("\\]\\]")) {
+    , commentEndExpression(QStringLiteral("\\]\\]"))
+{
     // Order matters: comments first so that every later rule can tell a match
     // inside a comment by its grey italic, and keywords after strings so that
     // they stand out even inside a string.
@@ -41,25 +43,23 @@ LuaSyntaxHighlighter::LuaSyntaxHighlighter(QTextDocument* parent)
         {QRegularExpression(QStringLiteral("\\[\\[.*?\\]\\]")), makeFormat(olive)},
         {QRegularExpression(QStringLiteral("\"([^\"\\\\]|\\\\.)*\"")), makeFormat(green)},
         {QRegularExpression(QStringLiteral("'([^'\\\\]|\\\\.)*'")), makeFormat(green)},
-        {QRegularExpression(QStringLiteral(
-             "\\b(and|break|do|else|elseif|end|false|for|function|goto|if|in|local|nil|not|or|"
-             "repeat|return|then|true|until|while)\\b")),
+        {QRegularExpression(
+             QStringLiteral("\\b(and|break|do|else|elseif|end|false|for|function|goto|if|in|local|nil|not|or|"
+                            "repeat|return|then|true|until|while)\\b")),
          makeFormat(blue, true)},
         // The functions the Lua engine offers to modules.
-        {QRegularExpression(
-             QStringLiteral("\\b(send|echo|getMsdp|getVariable|setVariable|matches)\\b")),
+        {QRegularExpression(QStringLiteral("\\b(send|echo|getMsdp|getVariable|setVariable|matches)\\b")),
          makeFormat(cyan)},
-        {QRegularExpression(
-             QStringLiteral("\\b(print|pairs|ipairs|type|tostring|tonumber|pcall|xpcall|error|"
-                            "assert|require|table|string|math|io|os|coroutine)\\b")),
+        {QRegularExpression(QStringLiteral("\\b(print|pairs|ipairs|type|tostring|tonumber|pcall|xpcall|error|"
+                                           "assert|require|table|string|math|io|os|coroutine)\\b")),
          makeFormat(magenta)},
-        {QRegularExpression(
-             QStringLiteral("\\b[0-9]+\\.?[0-9]*([eE][+-]?[0-9]+)?\\b|\\b0x[0-9a-fA-F]+\\b")),
+        {QRegularExpression(QStringLiteral("\\b[0-9]+\\.?[0-9]*([eE][+-]?[0-9]+)?\\b|\\b0x[0-9a-fA-F]+\\b")),
          makeFormat(orange)},
     };
 }
 
-void LuaSyntaxHighlighter::highlightBlock(const QString& text) {
+void LuaSyntaxHighlighter::highlightBlock(const QString& text)
+{
     setCurrentBlockState(kOutsideComment);
     int start = 0;
 
@@ -106,7 +106,8 @@ void LuaSyntaxHighlighter::highlightBlock(const QString& text) {
 // A match that overlaps anything already coloured as a comment is left alone
 // whole; comment colour is recognised by foreground and italic together, which
 // single-line and long comments share.
-bool LuaSyntaxHighlighter::touchesComment(int start, int length) const {
+bool LuaSyntaxHighlighter::touchesComment(int start, int length) const
+{
     const QColor commentColor = multiLineCommentFormat.foreground().color();
     const bool commentItalic = multiLineCommentFormat.fontItalic();
     for (int i = start; i < start + length; ++i) {

@@ -22,12 +22,14 @@ MudConnection::MudConnection(QObject* parent)
     , keepaliveTimer(new QTimer(this))
     , autoLoginTimer(new QTimer(this))
     , autoLoginDelay(kDefaultAutoLoginDelayMs)
-    , terminalType(kDefaultTerminalType) {
+    , terminalType(kDefaultTerminalType)
+{
     socket->setReadBufferSize(kReadBufferBytes);
     setupConnections();
 }
 
-void MudConnection::setupConnections() {
+void MudConnection::setupConnections()
+{
     connect(socket, &QTcpSocket::connected, this, &MudConnection::onConnected);
     connect(socket, &QTcpSocket::disconnected, this, &MudConnection::onDisconnected);
     connect(socket, &QTcpSocket::readyRead, this, &MudConnection::onReadyRead);
@@ -61,7 +63,8 @@ void MudConnection::setupConnections() {
     };
 }
 
-void MudConnection::connectToServer(const QString& host, int port) {
+void MudConnection::connectToServer(const QString& host, int port)
+{
     if (socket->state() != QAbstractSocket::UnconnectedState) {
         socket->disconnectFromHost();
         // A socket that is still connecting, or still has bytes to send, only
@@ -72,48 +75,56 @@ void MudConnection::connectToServer(const QString& host, int port) {
     }
     this->host = host;
     this->port = port;
-    socket->connectToHost(host, quint16(port), QIODevice::ReadWrite,
-                          QAbstractSocket::AnyIPProtocol);
+    socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
 }
 
-void MudConnection::disconnectFromServer() {
+void MudConnection::disconnectFromServer()
+{
     keepaliveTimer->stop();
     autoLoginTimer->stop();
     if (socket->state() == QAbstractSocket::ConnectedState)
         socket->disconnectFromHost();
 }
 
-bool MudConnection::isConnected() const {
+bool MudConnection::isConnected() const
+{
     return socket->state() == QAbstractSocket::ConnectedState;
 }
 
-void MudConnection::sendCommand(const QString& command) {
+void MudConnection::sendCommand(const QString& command)
+{
     // UTF-8 never produces the byte 255, so no IAC doubling is needed.
     writeAndFlush((command + QString::fromLatin1(kLineEnding)).toUtf8());
 }
 
-void MudConnection::sendRaw(const QByteArray& bytes) {
+void MudConnection::sendRaw(const QByteArray& bytes)
+{
     writeToSocket(bytes);
 }
 
-void MudConnection::sendDoOption(int option) {
+void MudConnection::sendDoOption(int option)
+{
     writeAndFlush(TelnetParser::buildDoCommand(option));
 }
 
-void MudConnection::sendWillOption(int option) {
+void MudConnection::sendWillOption(int option)
+{
     writeAndFlush(TelnetParser::buildWillCommand(option));
 }
 
-void MudConnection::sendMsdpVariable(const QString& name, const QString& value) {
+void MudConnection::sendMsdpVariable(const QString& name, const QString& value)
+{
     writeAndFlush(TelnetParser::buildSubnegotiation(TelnetParser::kOptionMsdp,
                                                     TelnetParser::buildMsdpVariable(name, value)));
 }
 
-void MudConnection::setTerminalType(const QString& type) {
+void MudConnection::setTerminalType(const QString& type)
+{
     terminalType = type;
 }
 
-void MudConnection::onConnected() {
+void MudConnection::onConnected()
+{
     keepaliveTimer->start();
     emit connected();
     // No window size ever follows the NAWS offer; servers fall back to their
@@ -122,36 +133,43 @@ void MudConnection::onConnected() {
     sendWillOption(TelnetParser::kOptionNaws);
 }
 
-void MudConnection::onDisconnected() {
+void MudConnection::onDisconnected()
+{
     keepaliveTimer->stop();
     autoLoginTimer->stop();
     emit disconnected();
 }
 
-void MudConnection::onReadyRead() {
+void MudConnection::onReadyRead()
+{
     parser.parse(socket->readAll());
 }
 
-void MudConnection::onError(QAbstractSocket::SocketError) {
+void MudConnection::onError(QAbstractSocket::SocketError)
+{
     emit error(socket->errorString());
 }
 
-void MudConnection::onKeepaliveTimer() {
+void MudConnection::onKeepaliveTimer()
+{
     writeAndFlush(kKeepalive);
 }
 
-void MudConnection::onAutoLoginTimer() {
+void MudConnection::onAutoLoginTimer()
+{
     // Auto-login is not performed: what it should send is not settled yet.
 }
 
-bool MudConnection::writeToSocket(const QByteArray& bytes) {
+bool MudConnection::writeToSocket(const QByteArray& bytes)
+{
     if (socket->state() != QAbstractSocket::ConnectedState)
         return false;
     socket->write(bytes);
     return true;
 }
 
-void MudConnection::writeAndFlush(const QByteArray& bytes) {
+void MudConnection::writeAndFlush(const QByteArray& bytes)
+{
     if (writeToSocket(bytes))
         socket->flush();
 }

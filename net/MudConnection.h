@@ -1,11 +1,11 @@
 #pragma once
 
-#include "net/TelnetParser.h"
-
 #include <QAbstractSocket>
 #include <QByteArray>
 #include <QObject>
 #include <QString>
+
+#include "net/TelnetParser.h"
 
 class QTcpSocket;
 class QTimer;

@@ -11,7 +11,8 @@ struct Latin1Table {
     QChar units[512];
 
     constexpr Latin1Table()
-        : units{} {
+        : units{}
+    {
         for (int b = 0; b < 256; ++b)
             units[2 * b] = QChar(char16_t(b));
     }
@@ -26,7 +27,8 @@ constexpr Latin1Table kLatin1;
 // as the program. Receivers only ever see them as const. The array itself is
 // not const because QString::utf16() on a raw-data string re-allocates it in
 // place (through a const_cast), which must not land on a const object.
-const QString* latin1Characters() {
+const QString* latin1Characters()
+{
     static auto characters = [] {
         std::array<QString, 256> table;
         for (int b = 0; b < 256; ++b)
@@ -36,14 +38,16 @@ const QString* latin1Characters() {
     return characters.data();
 }
 
-QByteArray buildCommand(int verb, int option) {
+QByteArray buildCommand(int verb, int option)
+{
     const char bytes[] = {char(TelnetParser::kIac), char(verb), char(option & 0xFF)};
     return QByteArray(bytes, sizeof bytes);
 }
 
 } // namespace
 
-void TelnetParser::parse(const QByteArray& data) {
+void TelnetParser::parse(const QByteArray& data)
+{
     const QString* const characters = latin1Characters();
     const char* p = data.constData();
     const char* const end = p + data.size();
@@ -128,12 +132,14 @@ void TelnetParser::parse(const QByteArray& data) {
     }
 }
 
-void TelnetParser::processText(char c) {
+void TelnetParser::processText(char c)
+{
     // No decoding on the receive path: each byte is one Latin-1 character.
     onText(latin1Characters()[uchar(c)]);
 }
 
-void TelnetParser::processIac(int command, int option) {
+void TelnetParser::processIac(int command, int option)
+{
     switch (command) {
     case kDo:
         if (option == kOptionTerminalType)
@@ -154,7 +160,8 @@ void TelnetParser::processIac(int command, int option) {
     }
 }
 
-void TelnetParser::processMsdp(const QByteArray& payload) {
+void TelnetParser::processMsdp(const QByteArray& payload)
+{
     // MSDP tables and arrays are not interpreted: their bytes become ordinary
     // characters, and a nested table comes out as a run of flat pairs. The
     // consumers rely on exactly this shape, so keep it.
@@ -180,27 +187,33 @@ void TelnetParser::processMsdp(const QByteArray& payload) {
     report();
 }
 
-void TelnetParser::processTerminalType(const QByteArray&) {
+void TelnetParser::processTerminalType(const QByteArray&)
+{
     // The client announces TERMINAL-TYPE but never answers the server's SEND.
 }
 
-QByteArray TelnetParser::buildDoCommand(int option) {
+QByteArray TelnetParser::buildDoCommand(int option)
+{
     return buildCommand(kDo, option);
 }
 
-QByteArray TelnetParser::buildWillCommand(int option) {
+QByteArray TelnetParser::buildWillCommand(int option)
+{
     return buildCommand(kWill, option);
 }
 
-QByteArray TelnetParser::buildWontCommand(int option) {
+QByteArray TelnetParser::buildWontCommand(int option)
+{
     return buildCommand(kWont, option);
 }
 
-QByteArray TelnetParser::buildDontCommand(int option) {
+QByteArray TelnetParser::buildDontCommand(int option)
+{
     return buildCommand(kDont, option);
 }
 
-QByteArray TelnetParser::buildSubnegotiation(int option, const QByteArray& payload) {
+QByteArray TelnetParser::buildSubnegotiation(int option, const QByteArray& payload)
+{
     // The payload goes out as given: callers only pass MSDP text, which as
     // UTF-8 never contains the byte 255.
     QByteArray bytes;
@@ -211,13 +224,15 @@ QByteArray TelnetParser::buildSubnegotiation(int option, const QByteArray& paylo
     return bytes;
 }
 
-QByteArray TelnetParser::buildMsdpVariable(const QString& name, const QString& value) {
+QByteArray TelnetParser::buildMsdpVariable(const QString& name, const QString& value)
+{
     QByteArray payload;
     payload.append(kMsdpVar).append(name.toUtf8()).append(kMsdpVal).append(value.toUtf8());
     return payload;
 }
 
-void TelnetParser::appendSubnegotiation(const char* bytes, qsizetype count) {
+void TelnetParser::appendSubnegotiation(const char* bytes, qsizetype count)
+{
     const qsizetype room = kSubnegotiationCap - subnegotiationBuffer.size();
     if (room > 0)
         subnegotiationBuffer.append(bytes, qMin(count, room));

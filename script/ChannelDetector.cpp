@@ -1,10 +1,12 @@
 #include "script/ChannelDetector.h"
 
-ChannelDetector::ChannelDetector() {
+ChannelDetector::ChannelDetector()
+{
     setupDefaultPatterns();
 }
 
-void ChannelDetector::setupDefaultPatterns() {
+void ChannelDetector::setupDefaultPatterns()
+{
     const auto ignoringCase = QRegularExpression::CaseInsensitiveOption;
     const struct {
         const char* name;
@@ -31,7 +33,8 @@ void ChannelDetector::setupDefaultPatterns() {
     }
 }
 
-QString ChannelDetector::detectChannel(const QString& line) const {
+QString ChannelDetector::detectChannel(const QString& line) const
+{
     for (const ChannelPattern& entry : m_patterns) {
         if (entry.pattern.match(line).hasMatch())
             return entry.name;
@@ -39,7 +42,8 @@ QString ChannelDetector::detectChannel(const QString& line) const {
     return {};
 }
 
-QList<CustomChannel> ChannelDetector::getDefaultChannels() {
+QList<CustomChannel> ChannelDetector::getDefaultChannels()
+{
     // Shorter than the detection table on purpose: these are starting points
     // offered to the player, not the rules detection uses.
     return {

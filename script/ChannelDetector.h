@@ -1,10 +1,10 @@
 #pragma once
 
-#include "storage/CustomChannel.h"
-
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
+
+#include "storage/CustomChannel.h"
 
 // Sorts a line of game text into a chat channel with a fixed, ordered table of
 // patterns: the first row that matches names the channel, so "[CHAT] Bob: You

@@ -9,32 +9,36 @@ const QString kMathPrefix = QStringLiteral("#math ");
 const QString kIfPrefix = QStringLiteral("#if ");
 const QString kNotePrefix = QStringLiteral("#note");
 
-const QRegularExpression& repeatPattern() {
+const QRegularExpression& repeatPattern()
+{
     static const QRegularExpression re(QStringLiteral("^#(\\d+)\\s+(.+)$"));
     return re;
 }
 
-const QRegularExpression& ifPattern() {
-    static const QRegularExpression re(
-        QStringLiteral("^(.+?)\\s+then\\s+(.+?)(?:\\s+else\\s+(.+))?$"));
+const QRegularExpression& ifPattern()
+{
+    static const QRegularExpression re(QStringLiteral("^(.+?)\\s+then\\s+(.+?)(?:\\s+else\\s+(.+))?$"));
     return re;
 }
 
 // "<=" and ">=" come after "<" and ">" in the alternation, so the shorter
 // operators win and the "=" ends up in the right operand. Existing scripts
 // depend on that reading ("$hp <= 5" tests hp < 0), so the order is kept.
-const QRegularExpression& conditionPattern() {
+const QRegularExpression& conditionPattern()
+{
     static const QRegularExpression re(QStringLiteral("^(\\$?\\w+)\\s*(==|!=|<|>|<=|>=)\\s*(.+)$"));
     return re;
 }
 
-const QRegularExpression& variableReference() {
+const QRegularExpression& variableReference()
+{
     static const QRegularExpression re(QStringLiteral("\\$(\\w+)"));
     return re;
 }
 
 // Signed 32-bit base-10 value; anything else (empty, words, overflow) is 0.
-int toIntegerOrZero(const QString& text) {
+int toIntegerOrZero(const QString& text)
+{
     bool ok = false;
     const int value = text.toInt(&ok, 10);
     return ok ? value : 0;
@@ -42,19 +46,23 @@ int toIntegerOrZero(const QString& text) {
 
 } // namespace
 
-void CommandProcessor::setVariable(const QString& name, const QString& value) {
+void CommandProcessor::setVariable(const QString& name, const QString& value)
+{
     m_variables.insert(name, value);
 }
 
-QString CommandProcessor::getVariable(const QString& name) const {
+QString CommandProcessor::getVariable(const QString& name) const
+{
     return m_variables.value(name);
 }
 
-void CommandProcessor::clearVariables() {
+void CommandProcessor::clearVariables()
+{
     m_variables.clear();
 }
 
-bool CommandProcessor::splitNameAndRest(const QString& text, QString* name, QString* rest) {
+bool CommandProcessor::splitNameAndRest(const QString& text, QString* name, QString* rest)
+{
     const qsizetype blank = text.indexOf(QLatin1Char(' '));
     if (blank <= 0)
         return false;
@@ -63,7 +71,8 @@ bool CommandProcessor::splitNameAndRest(const QString& text, QString* name, QStr
     return true;
 }
 
-QStringList CommandProcessor::processCommand(const QString& line) {
+QStringList CommandProcessor::processCommand(const QString& line)
+{
     const QString command = line.trimmed();
 
     if (command.startsWith(QLatin1Char('#'))) {
@@ -99,8 +108,7 @@ QStringList CommandProcessor::processCommand(const QString& line) {
         }
 
         if (command.startsWith(kIfPrefix)) {
-            const QRegularExpressionMatch parts =
-                ifPattern().match(command.mid(kIfPrefix.size()).trimmed());
+            const QRegularExpressionMatch parts = ifPattern().match(command.mid(kIfPrefix.size()).trimmed());
             if (!parts.hasMatch())
                 return {};
             // The chosen branch is returned as written, not parsed again.
@@ -119,14 +127,16 @@ QStringList CommandProcessor::processCommand(const QString& line) {
     return {substituteVariables(command)};
 }
 
-int CommandProcessor::evaluateMath(const QString& expression) const {
+int CommandProcessor::evaluateMath(const QString& expression) const
+{
     // Substituting and stripping the expression would change nothing that can
     // be observed, since no arithmetic follows; the answer is always 0.
     Q_UNUSED(expression)
     return 0;
 }
 
-bool CommandProcessor::evaluateCondition(const QString& condition) const {
+bool CommandProcessor::evaluateCondition(const QString& condition) const
+{
     const QRegularExpressionMatch parts = conditionPattern().match(condition.trimmed());
     if (!parts.hasMatch())
         return false;
@@ -156,7 +166,8 @@ bool CommandProcessor::evaluateCondition(const QString& condition) const {
     return false;
 }
 
-QString CommandProcessor::substituteVariables(const QString& text) const {
+QString CommandProcessor::substituteVariables(const QString& text) const
+{
     if (!text.contains(QLatin1Char('$')))
         return text;
 
@@ -167,8 +178,7 @@ QString CommandProcessor::substituteVariables(const QString& text) const {
     QRegularExpressionMatchIterator it = variableReference().globalMatch(text);
     while (it.hasNext()) {
         const QRegularExpressionMatch reference = it.next();
-        result.replace(reference.captured(0), getVariable(reference.captured(1)),
-                       Qt::CaseSensitive);
+        result.replace(reference.captured(0), getVariable(reference.captured(1)), Qt::CaseSensitive);
     }
     return result;
 }

@@ -8,7 +8,8 @@ const QString kLuaPrefix = QStringLiteral("lua:");
 const QString kOnceTimer = QStringLiteral("once");
 const QString kRepeatTimer = QStringLiteral("repeat");
 
-const QRegularExpression& luaCallPattern() {
+const QRegularExpression& luaCallPattern()
+{
     static const QRegularExpression re(QStringLiteral("^(\\w+)(?:\\((.*)\\))?$"));
     return re;
 }
@@ -16,13 +17,15 @@ const QRegularExpression& luaCallPattern() {
 } // namespace
 
 ScriptEngine::ScriptEngine(QObject* parent)
-    : QObject(parent) {
+    : QObject(parent)
+{
     setupLuaCallbacks();
 }
 
 ScriptEngine::~ScriptEngine() = default;
 
-void ScriptEngine::setScripts(const Scripts& scripts) {
+void ScriptEngine::setScripts(const Scripts& scripts)
+{
     m_scripts = scripts;
     prepareTriggers();
 
@@ -42,7 +45,8 @@ void ScriptEngine::setScripts(const Scripts& scripts) {
     emit keyBindingsChanged(m_scripts.keyBindings);
 }
 
-void ScriptEngine::prepareTriggers() {
+void ScriptEngine::prepareTriggers()
+{
     m_preparedTriggers.clear();
     for (qsizetype i = 0; i < m_scripts.triggers.size(); ++i) {
         const Trigger& trigger = m_scripts.triggers.at(i);
@@ -66,7 +70,8 @@ void ScriptEngine::prepareTriggers() {
     }
 }
 
-void ScriptEngine::processInput(const QString& input) {
+void ScriptEngine::processInput(const QString& input)
+{
     const QString typed = input.trimmed();
     for (const Alias& alias : std::as_const(m_scripts.aliases)) {
         if (alias.enabled && alias.alias == typed) {
@@ -80,11 +85,13 @@ void ScriptEngine::processInput(const QString& input) {
     emit commandToSend(input);
 }
 
-void ScriptEngine::processGameText(const QString& text) {
+void ScriptEngine::processGameText(const QString& text)
+{
     checkTriggers(text);
 }
 
-void ScriptEngine::checkTriggers(const QString& line) {
+void ScriptEngine::checkTriggers(const QString& line)
+{
     for (const PreparedTrigger& prepared : m_preparedTriggers) {
         QStringList matches;
         if (prepared.regex) {
@@ -110,7 +117,8 @@ void ScriptEngine::checkTriggers(const QString& line) {
 }
 
 void ScriptEngine::executeCommands(const QString& commands, const QString& matchText,
-                                   const QStringList& matches) {
+                                   const QStringList& matches)
+{
     if (!matches.isEmpty()) {
         for (qsizetype i = 0; i < matches.size(); ++i)
             m_processor.setVariable(QString::number(i), matches.at(i));
@@ -134,7 +142,8 @@ void ScriptEngine::executeCommands(const QString& commands, const QString& match
     }
 }
 
-void ScriptEngine::runLuaCall(const QString& call, const QString& matchText) {
+void ScriptEngine::runLuaCall(const QString& call, const QString& matchText)
+{
     const QRegularExpressionMatch parts = luaCallPattern().match(call);
     if (!parts.hasMatch())
         return;
@@ -148,20 +157,21 @@ void ScriptEngine::runLuaCall(const QString& call, const QString& matchText) {
         emit luaError(QStringLiteral("'%1': %2").arg(name, m_lua.lastError()));
 }
 
-void ScriptEngine::startTimer(const Timer& timer) {
+void ScriptEngine::startTimer(const Timer& timer)
+{
     auto* qtimer = new QTimer(this);
     qtimer->setInterval(timer.intervalMs);
     qtimer->setSingleShot(timer.type == kOnceTimer);
     const QString commands = timer.commands;
-    connect(qtimer, &QTimer::timeout, this,
-            [this, commands] { executeCommands(commands, {}, {}); });
+    connect(qtimer, &QTimer::timeout, this, [this, commands] { executeCommands(commands, {}, {}); });
     qtimer->start();
     // A timer already running under this name keeps running as our child;
     // only the map entry moves to the new one.
     m_timers.insert(timer.name, qtimer);
 }
 
-void ScriptEngine::stopTimer(const QString& name) {
+void ScriptEngine::stopTimer(const QString& name)
+{
     QTimer* timer = m_timers.take(name);
     if (!timer)
         return;
@@ -169,7 +179,8 @@ void ScriptEngine::stopTimer(const QString& name) {
     timer->deleteLater();
 }
 
-void ScriptEngine::triggerKeyBinding(const QString& keySequence) {
+void ScriptEngine::triggerKeyBinding(const QString& keySequence)
+{
     for (const KeyBinding& binding : std::as_const(m_scripts.keyBindings)) {
         if (binding.enabled && binding.keySequence == keySequence) {
             const QString commands = binding.commands;
@@ -179,64 +190,75 @@ void ScriptEngine::triggerKeyBinding(const QString& keySequence) {
     }
 }
 
-void ScriptEngine::setVariable(const QString& name, const QString& value) {
+void ScriptEngine::setVariable(const QString& name, const QString& value)
+{
     m_processor.setVariable(name, value);
     emit variableChanged(name, value);
 }
 
-QString ScriptEngine::getVariable(const QString& name) const {
+QString ScriptEngine::getVariable(const QString& name) const
+{
     return m_processor.getVariable(name);
 }
 
-void ScriptEngine::setMsdpCallback(MsdpLookup callback) {
+void ScriptEngine::setMsdpCallback(MsdpLookup callback)
+{
     m_msdpCallback = std::move(callback);
 }
 
-void ScriptEngine::setScriptDir(const QString& dir) {
+void ScriptEngine::setScriptDir(const QString& dir)
+{
     m_lua.setScriptDir(dir);
 }
 
-bool ScriptEngine::loadLuaModule(const QString& name) {
+bool ScriptEngine::loadLuaModule(const QString& name)
+{
     return m_lua.loadModule(name);
 }
 
-void ScriptEngine::reloadAllLuaModules(const QStringList& moduleNames) {
+void ScriptEngine::reloadAllLuaModules(const QStringList& moduleNames)
+{
     m_lua.unloadAll();
     setupLuaCallbacks();
     for (const QString& name : moduleNames)
         m_lua.loadModule(name);
 }
 
-void ScriptEngine::unloadLuaModules() {
+void ScriptEngine::unloadLuaModules()
+{
     m_lua.unloadAll();
     setupLuaCallbacks();
 }
 
-QStringList ScriptEngine::getLuaFunctions() const {
+QStringList ScriptEngine::getLuaFunctions() const
+{
     return m_lua.listFunctions();
 }
 
-QString ScriptEngine::getLuaLastError() const {
+QString ScriptEngine::getLuaLastError() const
+{
     return m_lua.lastError();
 }
 
-void ScriptEngine::setLuaTimeLimitMs(int milliseconds) {
+void ScriptEngine::setLuaTimeLimitMs(int milliseconds)
+{
     m_lua.setTimeLimitMs(milliseconds);
 }
 
-void ScriptEngine::onTimerElapsed() {
+void ScriptEngine::onTimerElapsed()
+{
     // Each timer runs its own commands from its timeout connection.
 }
 
-void ScriptEngine::setupLuaCallbacks() {
+void ScriptEngine::setupLuaCallbacks()
+{
     // send goes straight out: no alias and no command language, so a module
     // can send text that begins with "#".
     m_lua.setSendCallback([this](const QString& text) { emit commandToSend(text); });
     m_lua.setEchoCallback([this](const QString& text) { emit echoText(text); });
     m_lua.setGetMsdpCallback(
         [this](const QString& name) { return m_msdpCallback ? m_msdpCallback(name) : QString(); });
-    m_lua.setGetVariableCallback(
-        [this](const QString& name) { return m_processor.getVariable(name); });
+    m_lua.setGetVariableCallback([this](const QString& name) { return m_processor.getVariable(name); });
     m_lua.setSetVariableCallback([this](const QString& name, const QString& value) {
         m_processor.setVariable(name, value);
         emit variableChanged(name, value);

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "lua/LuaEngine.h"
-#include "script/CommandProcessor.h"
-#include "storage/Scripts.h"
-
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -14,6 +10,10 @@
 
 #include <functional>
 #include <vector>
+
+#include "lua/LuaEngine.h"
+#include "script/CommandProcessor.h"
+#include "storage/Scripts.h"
 
 class QTimer;
 
@@ -36,8 +36,7 @@ public:
     void processInput(const QString& input);
     void processGameText(const QString& text);
     void checkTriggers(const QString& line);
-    void executeCommands(const QString& commands, const QString& matchText,
-                         const QStringList& matches);
+    void executeCommands(const QString& commands, const QString& matchText, const QStringList& matches);
 
     void startTimer(const Timer& timer);
     void stopTimer(const QString& name);
@@ -62,8 +61,7 @@ public:
 signals:
     void commandToSend(const QString& command);
     void variableChanged(const QString& name, const QString& value);
-    void triggerFired(const QString& triggerName, const QString& matchedText,
-                      const QString& commands);
+    void triggerFired(const QString& triggerName, const QString& matchedText, const QString& commands);
     void lineHighlight(const QString& text, const QString& color);
     void keyBindingsChanged(const QList<KeyBinding>& bindings);
     void echoText(const QString& text);

@@ -7,8 +7,8 @@
 // in settings.json, so they never change meaning.
 enum class GameFeature : qint32 {
     VitalsBars = 0,
-    ComboCounter = 1,      // combo label shown only while a combo is running
-    OpponentPanel = 2,     // opponent panel shown when a fight starts
+    ComboCounter = 1,  // combo label shown only while a combo is running
+    OpponentPanel = 2, // opponent panel shown when a fight starts
     CharacterStats = 3,
     AffectsList = 4,
     AutoLogin = 5,

@@ -20,10 +20,8 @@ GameSession::GameSession(const Character& character, QObject* parent)
     QObject::connect(connection, &MudConnection::msdpVariable, this, &GameSession::onMudMsdpVariable);
     QObject::connect(scriptEngine, &ScriptEngine::commandToSend, this, &GameSession::onScriptCommand);
     QObject::connect(scriptEngine, &ScriptEngine::variableChanged, this, &GameSession::variableUpdated);
-    QObject::connect(scriptEngine, &ScriptEngine::lineHighlight, this,
-                     &GameSession::onScriptLineHighlight);
-    QObject::connect(scriptEngine, &ScriptEngine::keyBindingsChanged, this,
-                     &GameSession::keyBindingsChanged);
+    QObject::connect(scriptEngine, &ScriptEngine::lineHighlight, this, &GameSession::onScriptLineHighlight);
+    QObject::connect(scriptEngine, &ScriptEngine::keyBindingsChanged, this, &GameSession::keyBindingsChanged);
 
     Storage* storage = Storage::instance();
     const Scripts scripts = storage->getScripts(character);
@@ -203,9 +201,9 @@ void GameSession::completeLine(QString line)
         // A trigger's highlight is used once, on the line that fired it.
         if (!highlightLines.isEmpty() && highlightLines.remove(line)) {
             const QColor color(highlightColors.take(line));
-            line = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';')
-                + QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue())
-                + QLatin1Char('m') + line + QStringLiteral("\x1b[0m");
+            line = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';') +
+                   QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue()) +
+                   QLatin1Char('m') + line + QStringLiteral("\x1b[0m");
         }
 
         const QString channel = channelDetector.detectChannel(line);

@@ -27,6 +27,6 @@ Character Character::fromJson(const QJsonObject& object)
 
 bool Character::operator==(const Character& other) const
 {
-    return name == other.name && password == other.password && host == other.host
-        && port == other.port && mudName == other.mudName;
+    return name == other.name && password == other.password && host == other.host && port == other.port &&
+           mudName == other.mudName;
 }

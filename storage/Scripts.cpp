@@ -24,8 +24,8 @@ Alias Alias::fromJson(const QJsonObject& object)
 
 bool Alias::operator==(const Alias& o) const
 {
-    return name == o.name && alias == o.alias && commands == o.commands && group == o.group
-        && enabled == o.enabled;
+    return name == o.name && alias == o.alias && commands == o.commands && group == o.group &&
+           enabled == o.enabled;
 }
 
 QJsonObject Trigger::toJson() const
@@ -58,15 +58,15 @@ Trigger Trigger::fromJson(const QJsonObject& object)
 
 bool Trigger::operator==(const Trigger& o) const
 {
-    return name == o.name && pattern == o.pattern && commands == o.commands && group == o.group
-        && regex == o.regex && enabled == o.enabled && highlight == o.highlight
-        && highlightColor == o.highlightColor && highlightFullLine == o.highlightFullLine;
+    return name == o.name && pattern == o.pattern && commands == o.commands && group == o.group &&
+           regex == o.regex && enabled == o.enabled && highlight == o.highlight &&
+           highlightColor == o.highlightColor && highlightFullLine == o.highlightFullLine;
 }
 
 QJsonObject Timer::toJson() const
 {
-    return {{"name", name}, {"intervalMs", intervalMs}, {"type", type},
-            {"commands", commands}, {"group", group}, {"enabled", enabled}};
+    return {{"name", name},         {"intervalMs", intervalMs}, {"type", type},
+            {"commands", commands}, {"group", group},           {"enabled", enabled}};
 }
 
 Timer Timer::fromJson(const QJsonObject& object)
@@ -83,8 +83,8 @@ Timer Timer::fromJson(const QJsonObject& object)
 
 bool Timer::operator==(const Timer& o) const
 {
-    return name == o.name && intervalMs == o.intervalMs && type == o.type && commands == o.commands
-        && group == o.group && enabled == o.enabled;
+    return name == o.name && intervalMs == o.intervalMs && type == o.type && commands == o.commands &&
+           group == o.group && enabled == o.enabled;
 }
 
 QJsonObject Variable::toJson() const
@@ -127,8 +127,11 @@ bool QuickAction::operator==(const QuickAction& o) const
 
 QJsonObject KeyBinding::toJson() const
 {
-    return {{"name", name}, {"keySequence", keySequence}, {"commands", commands},
-            {"group", group}, {"enabled", enabled}};
+    return {{"name", name},
+            {"keySequence", keySequence},
+            {"commands", commands},
+            {"group", group},
+            {"enabled", enabled}};
 }
 
 KeyBinding KeyBinding::fromJson(const QJsonObject& object)
@@ -144,8 +147,8 @@ KeyBinding KeyBinding::fromJson(const QJsonObject& object)
 
 bool KeyBinding::operator==(const KeyBinding& o) const
 {
-    return name == o.name && keySequence == o.keySequence && commands == o.commands
-        && group == o.group && enabled == o.enabled;
+    return name == o.name && keySequence == o.keySequence && commands == o.commands && group == o.group &&
+           enabled == o.enabled;
 }
 
 QJsonObject LuaModule::toJson() const
@@ -169,8 +172,7 @@ bool LuaModule::operator==(const LuaModule& o) const
 
 namespace {
 
-template <typename Record>
-QJsonArray toArray(const QList<Record>& records)
+template <typename Record> QJsonArray toArray(const QList<Record>& records)
 {
     QJsonArray array;
     for (const Record& r : records)
@@ -178,8 +180,7 @@ QJsonArray toArray(const QList<Record>& records)
     return array;
 }
 
-template <typename Record>
-QList<Record> fromArray(const QJsonObject& object, const QString& key)
+template <typename Record> QList<Record> fromArray(const QJsonObject& object, const QString& key)
 {
     QList<Record> records;
     const QJsonValue value = object.value(key);
@@ -220,7 +221,6 @@ Scripts Scripts::fromJson(const QJsonObject& object)
 
 bool Scripts::operator==(const Scripts& o) const
 {
-    return aliases == o.aliases && triggers == o.triggers && timers == o.timers
-        && variables == o.variables && quickActions == o.quickActions
-        && keyBindings == o.keyBindings && luaModules == o.luaModules;
+    return aliases == o.aliases && triggers == o.triggers && timers == o.timers && variables == o.variables &&
+           quickActions == o.quickActions && keyBindings == o.keyBindings && luaModules == o.luaModules;
 }

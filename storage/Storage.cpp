@@ -37,8 +37,7 @@ Storage::~Storage()
 
 QString Storage::dataRoot()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
-        + QStringLiteral("/.olvex");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/.olvex");
 }
 
 QString Storage::getStoragePath() const
@@ -76,8 +75,7 @@ void Storage::keepUnreadableFile(const QString& path) const
     if (QFile::rename(path, backup))
         qWarning("settings.json could not be read; kept it as %s", qPrintable(backup));
     else
-        qWarning("settings.json could not be read and could not be kept aside as %s",
-                 qPrintable(backup));
+        qWarning("settings.json could not be read and could not be kept aside as %s", qPrintable(backup));
 }
 
 void Storage::save()
@@ -94,8 +92,8 @@ void Storage::save()
     // A short write (disk full, quota) is not always reported by commit(), so
     // the written size is checked before the new file may replace the old one.
     const QByteArray bytes = QJsonDocument(root).toJson(QJsonDocument::Indented);
-    const bool written = file.write(bytes) == bytes.size() && file.flush()
-        && file.error() == QFileDevice::NoError;
+    const bool written =
+        file.write(bytes) == bytes.size() && file.flush() && file.error() == QFileDevice::NoError;
     if (!written)
         file.cancelWriting();
     if (!written || !file.commit())

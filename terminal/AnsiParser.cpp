@@ -24,13 +24,15 @@ constexpr std::array<QRgb, 7> kLightColors = {
     qRgb(128, 128, 255), qRgb(255, 128, 255), qRgb(128, 255, 255),
 };
 
-bool isSgrParameter(QChar c) {
+bool isSgrParameter(QChar c)
+{
     const char16_t u = c.unicode();
     return (u >= '0' && u <= '9') || u == ';';
 }
 
 // Final bytes that end a stripped control sequence: '@' through 'z'.
-bool isFinalByte(QChar c) {
+bool isFinalByte(QChar c)
+{
     const char16_t u = c.unicode();
     return u >= 0x40 && u <= 0x7a;
 }
@@ -40,17 +42,20 @@ bool isFinalByte(QChar c) {
 constexpr qsizetype kMaxCachedFormats = 1024;
 
 // 25 bits: the RGB value and a bit for "valid", so an invalid colour has a key.
-quint64 colorKey(const QColor& color) {
+quint64 colorKey(const QColor& color)
+{
     return color.isValid() ? (color.rgb() & 0xffffffu) | 0x1000000u : 0u;
 }
 
-qsizetype skipSgrParameters(QStringView text, qsizetype from) {
+qsizetype skipSgrParameters(QStringView text, qsizetype from)
+{
     while (from < text.size() && isSgrParameter(text[from]))
         ++from;
     return from;
 }
 
-bool startsControlSequence(QStringView text, qsizetype at) {
+bool startsControlSequence(QStringView text, qsizetype at)
+{
     return text[at] == QChar(kEscape) && at + 1 < text.size() && text[at + 1] == u'[';
 }
 
@@ -60,7 +65,8 @@ bool startsControlSequence(QStringView text, qsizetype at) {
 // the end stay in the text. Hand-written rather than a regular expression so the
 // cost stays linear: every failed attempt ends at the next ESC, where the next
 // attempt starts.
-QString stripNonSgrSequences(const QString& text) {
+QString stripNonSgrSequences(const QString& text)
+{
     const QStringView view(text);
     const qsizetype size = view.size();
     QString stripped;
@@ -97,11 +103,13 @@ QString stripNonSgrSequences(const QString& text) {
 
 } // namespace
 
-AnsiParser::AnsiParser() {
+AnsiParser::AnsiParser()
+{
     reset();
 }
 
-void AnsiParser::reset() {
+void AnsiParser::reset()
+{
     foreground = QColor(255, 255, 255);
     background = QColor(0, 0, 0);
     bold = false;
@@ -111,7 +119,8 @@ void AnsiParser::reset() {
     currentFormat = buildFormat();
 }
 
-QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input) {
+QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input)
+{
     QList<FormatRun> runs;
     if (input.isEmpty())
         return runs;
@@ -144,7 +153,8 @@ QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input) {
     return runs;
 }
 
-void AnsiParser::applySgrParameters(QStringView parameters) {
+void AnsiParser::applySgrParameters(QStringView parameters)
+{
     if (parameters.isEmpty()) {
         reset();
         return;
@@ -174,7 +184,8 @@ void AnsiParser::applySgrParameters(QStringView parameters) {
     processSgrCodes(codes);
 }
 
-void AnsiParser::processSgrCodes(const QList<int>& codes) {
+void AnsiParser::processSgrCodes(const QList<int>& codes)
+{
     const qsizetype count = codes.size();
     qsizetype i = 0;
     while (i < count) {
@@ -222,7 +233,8 @@ void AnsiParser::processSgrCodes(const QList<int>& codes) {
     }
 }
 
-void AnsiParser::processSgrCode(int code) {
+void AnsiParser::processSgrCode(int code)
+{
     switch (code) {
     case 0:
         reset();
@@ -268,7 +280,8 @@ void AnsiParser::processSgrCode(int code) {
     }
 }
 
-QTextCharFormat AnsiParser::runFormat() {
+QTextCharFormat AnsiParser::runFormat()
+{
     const bool bright = bold && basicForeground >= 0 && basicForeground <= 7;
     const quint64 key = colorKey(bright ? colorFrom256(basicForeground + 8) : foreground) << 32 |
                         colorKey(background) << 3 | quint64(bold) << 2 | quint64(italic) << 1 |
@@ -281,7 +294,8 @@ QTextCharFormat AnsiParser::runFormat() {
     return *formatCache.insert(key, buildFormat());
 }
 
-QTextCharFormat AnsiParser::buildFormat() const {
+QTextCharFormat AnsiParser::buildFormat() const
+{
     QTextCharFormat format;
     if (bold && basicForeground >= 0 && basicForeground <= 7)
         format.setForeground(colorFrom256(basicForeground + 8));
@@ -297,7 +311,8 @@ QTextCharFormat AnsiParser::buildFormat() const {
     return format;
 }
 
-QColor AnsiParser::colorFrom256(int index) {
+QColor AnsiParser::colorFrom256(int index)
+{
     static constexpr std::array<QRgb, 16> ansi16 = {
         qRgb(0, 0, 0),     qRgb(170, 0, 0),    qRgb(0, 170, 0),    qRgb(170, 85, 0),
         qRgb(0, 0, 170),   qRgb(170, 0, 170),  qRgb(0, 170, 170),  qRgb(170, 170, 170),
@@ -318,7 +333,8 @@ QColor AnsiParser::colorFrom256(int index) {
     return QColor(255, 255, 255);
 }
 
-QColor AnsiParser::getColorFromCode(int code) {
+QColor AnsiParser::getColorFromCode(int code)
+{
     if (code >= 0 && code < int(kPureColors.size()))
         return QColor::fromRgb(kPureColors[code]);
     return QColor(255, 255, 255);

@@ -36,14 +36,16 @@ const char* const kStyleSheet = "QPlainTextEdit { background-color: #000000; } "
                                 "QAbstractScrollArea { background-color: #000000; }";
 
 // Characters at which QTextCursor::insertText starts a new block.
-bool breaksBlock(QChar c) {
+bool breaksBlock(QChar c)
+{
     const char16_t u = c.unicode();
     return u == u'\n' || u == u'\r' || u == QChar::ParagraphSeparator || u == 0xfdd0 || u == 0xfdd1;
 }
 
 // How many new blocks inserting text adds, counted the way QTextCursor splits
 // text into blocks (CR LF within one insertion is one break).
-int countBlockBreaks(QStringView text) {
+int countBlockBreaks(QStringView text)
+{
     int breaks = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
         if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n')
@@ -56,7 +58,8 @@ int countBlockBreaks(QStringView text) {
 
 // Splits runs so that no block grows past kMaxBlockLength; column is the length
 // of the block the first run goes into. The cuts are line feeds in the runs.
-QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column) {
+QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column)
+{
     qsizetype total = column;
     for (const AnsiParser::FormatRun& run : runs)
         total += run.text.size();
@@ -88,7 +91,8 @@ QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsi
 } // namespace
 
 TerminalWidget::TerminalWidget(QWidget* parent)
-    : QPlainTextEdit(parent) {
+    : QPlainTextEdit(parent)
+{
     setReadOnly(true);
     // The undo history would keep every line ever shown.
     document()->setUndoRedoEnabled(false);
@@ -116,7 +120,8 @@ TerminalWidget::TerminalWidget(QWidget* parent)
 
 TerminalWidget::~TerminalWidget() = default;
 
-void TerminalWidget::appendAnsiText(const QString& text) {
+void TerminalWidget::appendAnsiText(const QString& text)
+{
     if (frozen) {
         pendingLines.append(text);
         return;
@@ -133,7 +138,8 @@ void TerminalWidget::appendAnsiText(const QString& text) {
         scrollToBottom();
 }
 
-void TerminalWidget::insertLine(const QString& line) {
+void TerminalWidget::insertLine(const QString& line)
+{
     QTextDocument* doc = document();
     const qsizetype column = doc->lastBlock().length() - 1;
     const QList<AnsiParser::FormatRun> runs = cutLongLines(parser.parse(line), column);
@@ -179,7 +185,8 @@ void TerminalWidget::insertLine(const QString& line) {
     }
 }
 
-void TerminalWidget::releaseHiddenLayouts() {
+void TerminalWidget::releaseHiddenLayouts()
+{
     QTextBlock block = firstVisibleBlock().previous();
     while (block.isValid() && block.layout()->lineCount() > 0) {
         // An empty layout pass is what frees a layout's glyphs; clearLayout()
@@ -192,7 +199,8 @@ void TerminalWidget::releaseHiddenLayouts() {
     }
 }
 
-int TerminalWidget::dropOldestBlocks(int incoming) {
+int TerminalWidget::dropOldestBlocks(int incoming)
+{
     QTextDocument* doc = document();
     const int limit = doc->maximumBlockCount();
     const int excess = qMin(doc->blockCount() + incoming - limit, doc->blockCount() - 1);
@@ -212,25 +220,29 @@ int TerminalWidget::dropOldestBlocks(int incoming) {
     return excess;
 }
 
-void TerminalWidget::writeLog(const QString& text) {
+void TerminalWidget::writeLog(const QString& text)
+{
     // Flushed at once so the log survives a crash of the client.
     logFile->write(text.toUtf8().append('\n'));
     logFile->flush();
 }
 
-void TerminalWidget::scrollToBottom() {
+void TerminalWidget::scrollToBottom()
+{
     scrollPending = true;
     scheduleDeferredUpdate();
 }
 
-void TerminalWidget::scheduleDeferredUpdate() {
+void TerminalWidget::scheduleDeferredUpdate()
+{
     if (deferredUpdatePending)
         return;
     deferredUpdatePending = true;
     QTimer::singleShot(0, this, &TerminalWidget::onDeferredUpdate);
 }
 
-void TerminalWidget::flushLayout() {
+void TerminalWidget::flushLayout()
+{
     if (!layoutStale)
         return;
     // The view sizes its scroll range from this notification of the layout,
@@ -241,7 +253,8 @@ void TerminalWidget::flushLayout() {
     viewport()->update();
 }
 
-void TerminalWidget::onDeferredUpdate() {
+void TerminalWidget::onDeferredUpdate()
+{
     deferredUpdatePending = false;
     flushLayout(); // before scrolling, so the range is current
     if (scrollPending) {
@@ -253,16 +266,19 @@ void TerminalWidget::onDeferredUpdate() {
     releaseHiddenLayouts();
 }
 
-void TerminalWidget::onContentsChanged() {
+void TerminalWidget::onContentsChanged()
+{
     followTail = isAtLiveTail();
 }
 
-void TerminalWidget::clearTerminal() {
+void TerminalWidget::clearTerminal()
+{
     clear();
     followTail = true;
 }
 
-void TerminalWidget::setFontSize(int size) {
+void TerminalWidget::setFontSize(int size)
+{
     if (size < kMinFontSize || size > kMaxFontSize)
         return;
     fontSize = size;
@@ -280,23 +296,26 @@ void TerminalWidget::setFontSize(int size) {
     emit fontSizeChanged(size);
 }
 
-int TerminalWidget::getFontSize() const {
+int TerminalWidget::getFontSize() const
+{
     return fontSize;
 }
 
-void TerminalWidget::setScrollbackLines(int lines) {
+void TerminalWidget::setScrollbackLines(int lines)
+{
     if (lines < 1)
         return;
     document()->setMaximumBlockCount(lines);
 }
 
-bool TerminalWidget::isAtLiveTail() const {
+bool TerminalWidget::isAtLiveTail() const
+{
     const QScrollBar* bar = verticalScrollBar();
     return bar->value() >= bar->maximum() - kLiveTailSlack;
 }
 
-bool TerminalWidget::findInOutput(const QString& text, bool forward, bool caseSensitive,
-                                  bool useRegex) {
+bool TerminalWidget::findInOutput(const QString& text, bool forward, bool caseSensitive, bool useRegex)
+{
     if (text.isEmpty())
         return false;
     flushLayout(); // showing the match needs the current scroll range
@@ -306,9 +325,8 @@ bool TerminalWidget::findInOutput(const QString& text, bool forward, bool caseSe
     if (caseSensitive)
         flags |= QTextDocument::FindCaseSensitively;
 
-    const QTextCursor found = useRegex
-                                  ? document()->find(QRegularExpression(text), textCursor(), flags)
-                                  : document()->find(text, textCursor(), flags);
+    const QTextCursor found = useRegex ? document()->find(QRegularExpression(text), textCursor(), flags)
+                                       : document()->find(text, textCursor(), flags);
     if (found.isNull())
         return false;
     setTextCursor(found);
@@ -317,13 +335,13 @@ bool TerminalWidget::findInOutput(const QString& text, bool forward, bool caseSe
     return true;
 }
 
-QList<QTextEdit::ExtraSelection> TerminalWidget::collectMatches(const QString& text,
-                                                                bool caseSensitive, bool useRegex) {
+QList<QTextEdit::ExtraSelection> TerminalWidget::collectMatches(const QString& text, bool caseSensitive,
+                                                                bool useRegex)
+{
     QTextDocument::FindFlags flags;
     if (caseSensitive)
         flags |= QTextDocument::FindCaseSensitively;
-    const QRegularExpression expression =
-        useRegex ? QRegularExpression(text) : QRegularExpression();
+    const QRegularExpression expression = useRegex ? QRegularExpression(text) : QRegularExpression();
     QTextDocument* doc = document();
     const int documentEnd = doc->characterCount() - 1;
 
@@ -352,11 +370,13 @@ QList<QTextEdit::ExtraSelection> TerminalWidget::collectMatches(const QString& t
     return selections;
 }
 
-void TerminalWidget::clearFindHighlights() {
+void TerminalWidget::clearFindHighlights()
+{
     setExtraSelections({});
 }
 
-void TerminalWidget::setFrozen(bool freeze) {
+void TerminalWidget::setFrozen(bool freeze)
+{
     if (freeze == frozen)
         return;
     frozen = freeze;
@@ -370,39 +390,47 @@ void TerminalWidget::setFrozen(bool freeze) {
     emit frozenChanged(frozen);
 }
 
-bool TerminalWidget::isFrozen() const {
+bool TerminalWidget::isFrozen() const
+{
     return frozen;
 }
 
-void TerminalWidget::setFontFamily(const QString& family) {
+void TerminalWidget::setFontFamily(const QString& family)
+{
     fontFamily = family;
     QFont changed = font();
     changed.setFamily(family);
     setFont(changed);
 }
 
-QString TerminalWidget::getFontFamily() const {
+QString TerminalWidget::getFontFamily() const
+{
     return fontFamily;
 }
 
-void TerminalWidget::setTimestamps(bool enabled) {
+void TerminalWidget::setTimestamps(bool enabled)
+{
     timestamps = enabled;
 }
 
-bool TerminalWidget::getTimestamps() const {
+bool TerminalWidget::getTimestamps() const
+{
     return timestamps;
 }
 
-void TerminalWidget::setWordWrap(bool enabled) {
+void TerminalWidget::setWordWrap(bool enabled)
+{
     wordWrap = enabled;
     setLineWrapMode(enabled ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
 }
 
-bool TerminalWidget::getWordWrap() const {
+bool TerminalWidget::getWordWrap() const
+{
     return wordWrap;
 }
 
-void TerminalWidget::setLogging(bool enabled, const QString& path) {
+void TerminalWidget::setLogging(bool enabled, const QString& path)
+{
     logFile.reset();
     logging = enabled;
     logPath = path;
@@ -415,6 +443,7 @@ void TerminalWidget::setLogging(bool enabled, const QString& path) {
     }
 }
 
-bool TerminalWidget::getLogging() const {
+bool TerminalWidget::getLogging() const
+{
     return logging;
 }

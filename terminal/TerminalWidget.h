@@ -1,12 +1,12 @@
 #pragma once
 
-#include "terminal/AnsiParser.h"
-
 #include <QPlainTextEdit>
 #include <QString>
 #include <QStringList>
 
 #include <memory>
+
+#include "terminal/AnsiParser.h"
 
 class QFile;
 
@@ -58,8 +58,7 @@ private:
     void insertLine(const QString& line);
     int dropOldestBlocks(int incoming);
     void releaseHiddenLayouts();
-    QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive,
-                                                    bool useRegex);
+    QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive, bool useRegex);
 
     AnsiParser parser;
     int fontSize = 10;

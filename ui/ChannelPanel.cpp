@@ -1,11 +1,11 @@
 #include "ui/ChannelPanel.h"
 
-#include "ui/Theme.h"
-
 #include <QListWidget>
 #include <QScrollBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
+
+#include "ui/Theme.h"
 
 namespace {
 
@@ -17,7 +17,8 @@ const QStringList kStandardChannels = {
 } // namespace
 
 ChannelPanel::ChannelPanel(QWidget* parent)
-    : QWidget(parent) {
+    : QWidget(parent)
+{
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(Theme::panelStyleSheet());
 
@@ -37,7 +38,8 @@ ChannelPanel::ChannelPanel(QWidget* parent)
         ensureChannel(name);
 }
 
-int ChannelPanel::ensureChannel(const QString& name) {
+int ChannelPanel::ensureChannel(const QString& name)
+{
     if (QListWidget* existing = channels.value(name))
         return tabs->indexOf(existing);
 
@@ -62,7 +64,8 @@ int ChannelPanel::ensureChannel(const QString& name) {
     return tabs->addTab(list, name);
 }
 
-void ChannelPanel::addMessage(const QString& channel, const QString& text) {
+void ChannelPanel::addMessage(const QString& channel, const QString& text)
+{
     QListWidget* list = channels.value(channel);
     if (!list)
         list = qobject_cast<QListWidget*>(tabs->widget(ensureChannel(channel)));
@@ -85,7 +88,8 @@ void ChannelPanel::addMessage(const QString& channel, const QString& text) {
         list->scrollToItem(anchor, QAbstractItemView::PositionAtTop);
 }
 
-void ChannelPanel::clearChannel(const QString& channel) {
+void ChannelPanel::clearChannel(const QString& channel)
+{
     if (QListWidget* list = channels.value(channel))
         list->clear();
 }

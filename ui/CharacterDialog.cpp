@@ -11,7 +11,8 @@ namespace {
 
 constexpr int kMaxPort = 65535;
 
-QLineEdit* makeField(const QString& accessibleName, QWidget* parent) {
+QLineEdit* makeField(const QString& accessibleName, QWidget* parent)
+{
     auto* field = new QLineEdit(parent);
     field->setAccessibleName(accessibleName);
     return field;
@@ -20,11 +21,13 @@ QLineEdit* makeField(const QString& accessibleName, QWidget* parent) {
 } // namespace
 
 CharacterDialog::CharacterDialog(QWidget* parent)
-    : QDialog(parent) {
+    : QDialog(parent)
+{
     setupUi();
 }
 
-void CharacterDialog::setupUi() {
+void CharacterDialog::setupUi()
+{
     setWindowTitle(QStringLiteral("Character"));
     setMinimumWidth(400);
 
@@ -64,7 +67,8 @@ void CharacterDialog::setupUi() {
     nameEdit->setFocus();
 }
 
-void CharacterDialog::setCharacter(const Character& character) {
+void CharacterDialog::setCharacter(const Character& character)
+{
     nameEdit->setText(character.name);
     hostEdit->setText(character.host);
     portEdit->setText(QString::number(character.port));
@@ -73,7 +77,8 @@ void CharacterDialog::setCharacter(const Character& character) {
     nameEdit->setFocus();
 }
 
-Character CharacterDialog::getCharacter() const {
+Character CharacterDialog::getCharacter() const
+{
     Character character;
     character.name = nameEdit->text();
     character.host = hostEdit->text();

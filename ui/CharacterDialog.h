@@ -1,8 +1,8 @@
 #pragma once
 
-#include "storage/Character.h"
-
 #include <QDialog>
+
+#include "storage/Character.h"
 
 class QLineEdit;
 

@@ -1,8 +1,5 @@
 #include "ui/ConnectScreen.h"
 
-#include "storage/Storage.h"
-#include "ui/Theme.h"
-
 #include <QBrush>
 #include <QColor>
 #include <QFrame>
@@ -14,6 +11,9 @@
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+
+#include "storage/Storage.h"
+#include "ui/Theme.h"
 
 namespace {
 
@@ -93,8 +93,9 @@ QPushButton#connectButton:disabled {
 }
 )css";
 
-QPushButton* makeButton(const QString& text, const QString& objectName,
-                        const QString& accessibleName, QWidget* parent) {
+QPushButton* makeButton(const QString& text, const QString& objectName, const QString& accessibleName,
+                        QWidget* parent)
+{
     auto* button = new QPushButton(text, parent);
     button->setObjectName(objectName);
     button->setAccessibleName(accessibleName);
@@ -102,19 +103,22 @@ QPushButton* makeButton(const QString& text, const QString& objectName,
     return button;
 }
 
-bool isCharacterRow(const QTreeWidgetItem* item) {
+bool isCharacterRow(const QTreeWidgetItem* item)
+{
     return item && item->data(0, Qt::UserRole).userType() == qMetaTypeId<Character>();
 }
 
 } // namespace
 
 ConnectScreen::ConnectScreen(QWidget* parent)
-    : QWidget(parent) {
+    : QWidget(parent)
+{
     setupUi();
     loadCharacters();
 }
 
-void ConnectScreen::setupUi() {
+void ConnectScreen::setupUi()
+{
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(Theme::withPalette(QString::fromUtf8(kScreenSheet)));
 
@@ -122,8 +126,8 @@ void ConnectScreen::setupUi() {
     header->setObjectName(QStringLiteral("connectHeader"));
     auto* title = new QLabel(Theme::kProductName, header);
     title->setObjectName(QStringLiteral("connectTitle"));
-    auto* subtitle = new QLabel(
-        QStringLiteral("v%1 • Select a character to begin").arg(Theme::kProductVersion), header);
+    auto* subtitle =
+        new QLabel(QStringLiteral("v%1 • Select a character to begin").arg(Theme::kProductVersion), header);
     subtitle->setObjectName(QStringLiteral("connectSubtitle"));
     auto* headerLayout = new QVBoxLayout(header);
     headerLayout->setContentsMargins(24, 20, 24, 18);
@@ -156,14 +160,14 @@ void ConnectScreen::setupUi() {
     tree->installEventFilter(this);
     section->setBuddy(tree);
 
-    addButton = makeButton(QStringLiteral("+ Add New"), QStringLiteral("addButton"),
-                           tr("Add new character"), this);
-    editButton = makeButton(QStringLiteral("✎ Edit"), QStringLiteral("editButton"),
-                            tr("Edit character"), this);
-    deleteButton = makeButton(QStringLiteral("⊘ Delete"), QStringLiteral("deleteButton"),
-                              tr("Delete character"), this);
-    connectButton = makeButton(QStringLiteral("⚡ CONNECT"), QStringLiteral("connectButton"),
-                               tr("Connect"), this);
+    addButton =
+        makeButton(QStringLiteral("+ Add New"), QStringLiteral("addButton"), tr("Add new character"), this);
+    editButton =
+        makeButton(QStringLiteral("✎ Edit"), QStringLiteral("editButton"), tr("Edit character"), this);
+    deleteButton =
+        makeButton(QStringLiteral("⊘ Delete"), QStringLiteral("deleteButton"), tr("Delete character"), this);
+    connectButton =
+        makeButton(QStringLiteral("⚡ CONNECT"), QStringLiteral("connectButton"), tr("Connect"), this);
 
     auto* buttonRow = new QHBoxLayout;
     buttonRow->setSpacing(8);
@@ -197,15 +201,16 @@ void ConnectScreen::setupUi() {
     QObject::connect(editButton, &QPushButton::clicked, this, &ConnectScreen::onEditClicked);
     QObject::connect(deleteButton, &QPushButton::clicked, this, &ConnectScreen::onDeleteClicked);
     QObject::connect(connectButton, &QPushButton::clicked, this, &ConnectScreen::onConnectClicked);
-    QObject::connect(tree, &QTreeWidget::currentItemChanged, this,
-                     &ConnectScreen::onCurrentItemChanged);
+    QObject::connect(tree, &QTreeWidget::currentItemChanged, this, &ConnectScreen::onCurrentItemChanged);
 }
 
-QList<Character> ConnectScreen::getCharacters() const {
+QList<Character> ConnectScreen::getCharacters() const
+{
     return Storage::instance()->getCharacters();
 }
 
-void ConnectScreen::loadCharacters() {
+void ConnectScreen::loadCharacters()
+{
     // A reload (after an edit, say) keeps the row the player was on.
     const std::optional<Character> previous = currentCharacter();
 
@@ -272,40 +277,47 @@ void ConnectScreen::loadCharacters() {
     onCurrentItemChanged();
 }
 
-void ConnectScreen::onAddClicked() {
+void ConnectScreen::onAddClicked()
+{
     emit addCharacter();
 }
 
-void ConnectScreen::onEditClicked() {
+void ConnectScreen::onEditClicked()
+{
     if (const std::optional<Character> character = currentCharacter())
         emit editCharacter(*character);
 }
 
-void ConnectScreen::onDeleteClicked() {
+void ConnectScreen::onDeleteClicked()
+{
     if (const std::optional<Character> character = currentCharacter())
         emit deleteCharacter(*character);
 }
 
-void ConnectScreen::onConnectClicked() {
+void ConnectScreen::onConnectClicked()
+{
     if (const std::optional<Character> character = currentCharacter())
         emit connect(*character);
 }
 
-std::optional<Character> ConnectScreen::currentCharacter() const {
+std::optional<Character> ConnectScreen::currentCharacter() const
+{
     const QTreeWidgetItem* item = tree->currentItem();
     if (!isCharacterRow(item))
         return std::nullopt;
     return item->data(0, Qt::UserRole).value<Character>();
 }
 
-void ConnectScreen::onCurrentItemChanged() {
+void ConnectScreen::onCurrentItemChanged()
+{
     const bool onCharacter = currentCharacter().has_value();
     editButton->setEnabled(onCharacter);
     deleteButton->setEnabled(onCharacter);
     connectButton->setEnabled(onCharacter);
 }
 
-void ConnectScreen::moveToCharacterRow(bool down) {
+void ConnectScreen::moveToCharacterRow(bool down)
+{
     // Group rows cannot be picked, so the arrow keys step over them.
     QList<QTreeWidgetItem*> rows;
     for (int g = 0; g < tree->topLevelItemCount(); ++g) {
@@ -325,7 +337,8 @@ void ConnectScreen::moveToCharacterRow(bool down) {
     tree->scrollToItem(rows.at(next));
 }
 
-bool ConnectScreen::eventFilter(QObject* watched, QEvent* event) {
+bool ConnectScreen::eventFilter(QObject* watched, QEvent* event)
+{
     if (watched != tree || event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     const auto* key = static_cast<QKeyEvent*>(event);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "storage/Character.h"
-
 #include <QList>
 #include <QWidget>
 
 #include <optional>
+
+#include "storage/Character.h"
 
 class QPushButton;
 class QTreeWidget;

@@ -61,7 +61,7 @@ GameScreen::GameScreen(GameSession* session, QWidget* parent)
 
 GameScreen::~GameScreen()
 {
-    delete scriptEditor;  // a top-level window, not a child of the screen
+    delete scriptEditor; // a top-level window, not a child of the screen
 }
 
 void GameScreen::setupUi()
@@ -558,13 +558,15 @@ void GameScreen::onMsdpUpdated(const QString& name, const QString& value)
         return;
     }
 
-    const auto table = [&](const char* key) { return session->getMsdpVariable(QLatin1String(key)); };
+    const auto table = [&](const char* key) {
+        return session->getMsdpVariable(QLatin1String(key));
+    };
     if (name == QLatin1String("COMBO")) {
         comboLabel->setText(QStringLiteral("COMBO: %1").arg(value));
         if (session->isFeatureEnabled(GameFeature::ComboCounter))
             comboLabel->setVisible(readNumber(value) >= 1);
-    } else if (name == QLatin1String("OPPONENT_NAME") || name == QLatin1String("OPPONENT_HEALTH")
-               || name == QLatin1String("OPPONENT_HEALTH_MAX")) {
+    } else if (name == QLatin1String("OPPONENT_NAME") || name == QLatin1String("OPPONENT_HEALTH") ||
+               name == QLatin1String("OPPONENT_HEALTH_MAX")) {
         updateOpponent();
     } else if (name == QLatin1String("CHARACTER_NAME")) {
         statName->setText(value);
@@ -572,10 +574,10 @@ void GameScreen::onMsdpUpdated(const QString& name, const QString& value)
         statRaceClass->setText(table("CHARACTER_RACE") + QLatin1Char('/') + table("CHARACTER_CLASS"));
     } else if (name == QLatin1String("CHARACTER_LEVEL")) {
         statLevel->setText(value);
-    } else if (name == QLatin1String("CHARACTER_RESISTANCE_PHYSICAL")
-               || name == QLatin1String("CHARACTER_RESISTANCE_MAGICAL")) {
-        statResistances->setText(QStringLiteral("Phys: ") + table("CHARACTER_RESISTANCE_PHYSICAL")
-                                 + QStringLiteral(", Mag: ") + table("CHARACTER_RESISTANCE_MAGICAL"));
+    } else if (name == QLatin1String("CHARACTER_RESISTANCE_PHYSICAL") ||
+               name == QLatin1String("CHARACTER_RESISTANCE_MAGICAL")) {
+        statResistances->setText(QStringLiteral("Phys: ") + table("CHARACTER_RESISTANCE_PHYSICAL") +
+                                 QStringLiteral(", Mag: ") + table("CHARACTER_RESISTANCE_MAGICAL"));
     } else if (name == QLatin1String("CHARACTER_MAGICPOWER")) {
         statMagicPower->setText(value);
     } else if (name == QLatin1String("CHARACTER_AFFECTS")) {

@@ -1,12 +1,12 @@
 #include "ui/HelpDialog.h"
 
-#include "ui/Theme.h"
-
 #include <QDialogButtonBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QVBoxLayout>
+
+#include "ui/Theme.h"
 
 namespace {
 
@@ -91,27 +91,31 @@ constexpr QLatin1String kCopyright{"Copyright (c) 2026 The Olvex developers"};
 } // namespace
 
 HelpDialog::HelpDialog(QWidget* parent)
-    : QDialog(parent) {
+    : QDialog(parent)
+{
     setupUi();
 }
 
-QString HelpDialog::tinTinSyntaxText() {
+QString HelpDialog::tinTinSyntaxText()
+{
     return QString::fromUtf8(kTinTinSyntax);
 }
 
-QString HelpDialog::msdpVariablesText() {
+QString HelpDialog::msdpVariablesText()
+{
     return QString::fromUtf8(kMsdpVariables);
 }
 
-QString HelpDialog::aboutText() {
-    const QString heading =
-        QStringLiteral("%1 v%2").arg(Theme::kProductName, Theme::kProductVersion);
-    return heading + QStringLiteral("\n============================\n") + kSummary +
-           QStringLiteral("\n\n") + QString::fromUtf8(kAboutBody) +
-           QStringLiteral("\n\nWebsite: ") + kWebAddress + QLatin1Char('\n') + kCopyright;
+QString HelpDialog::aboutText()
+{
+    const QString heading = QStringLiteral("%1 v%2").arg(Theme::kProductName, Theme::kProductVersion);
+    return heading + QStringLiteral("\n============================\n") + kSummary + QStringLiteral("\n\n") +
+           QString::fromUtf8(kAboutBody) + QStringLiteral("\n\nWebsite: ") + kWebAddress + QLatin1Char('\n') +
+           kCopyright;
 }
 
-void HelpDialog::setupUi() {
+void HelpDialog::setupUi()
+{
     setWindowTitle(QStringLiteral("Help - %1").arg(Theme::kProductName));
     setStyleSheet(Theme::panelStyleSheet());
     // Wide enough for the longest help line without a horizontal scroll bar.
@@ -133,7 +137,8 @@ void HelpDialog::setupUi() {
     layout->addWidget(buttons);
 }
 
-void HelpDialog::addTextTab(const QString& title, const QString& text) {
+void HelpDialog::addTextTab(const QString& title, const QString& text)
+{
     auto* view = new QPlainTextEdit(tabs);
     view->setReadOnly(true);
     view->setPlainText(text);

@@ -1,20 +1,20 @@
 #include "ui/OpponentWidget.h"
 
-#include "ui/Theme.h"
-#include "ui/VitalsWidget.h"
-
 #include <QLabel>
 #include <QProgressBar>
 #include <QVBoxLayout>
 
+#include "ui/Theme.h"
+#include "ui/VitalsWidget.h"
+
 OpponentWidget::OpponentWidget(QWidget* parent)
-    : QWidget(parent) {
+    : QWidget(parent)
+{
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(Theme::panelStyleSheet());
 
     nameLabel = new QLabel(QStringLiteral("Opponent: None"), this);
-    nameLabel->setStyleSheet(
-        QStringLiteral("font-weight: bold; color: %1;").arg(Theme::kOpponentName));
+    nameLabel->setStyleSheet(QStringLiteral("font-weight: bold; color: %1;").arg(Theme::kOpponentName));
     // The name comes from the server: never let it be read as markup.
     nameLabel->setTextFormat(Qt::PlainText);
     nameLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -37,7 +37,8 @@ OpponentWidget::OpponentWidget(QWidget* parent)
     layout->addWidget(healthLabel);
 }
 
-void OpponentWidget::updateOpponent(const QString& name, qint64 current, qint64 max) {
+void OpponentWidget::updateOpponent(const QString& name, qint64 current, qint64 max)
+{
     nameLabel->setText(QStringLiteral("Opponent: %1").arg(name));
     // Without a maximum the old health stays: a server that sends the name
     // before the numbers must not blank the bar for a moment.
@@ -48,7 +49,8 @@ void OpponentWidget::updateOpponent(const QString& name, qint64 current, qint64 
     healthLabel->setText(QStringLiteral("HP: %1/%2").arg(current).arg(max));
 }
 
-void OpponentWidget::clearOpponent() {
+void OpponentWidget::clearOpponent()
+{
     nameLabel->setText(QStringLiteral("Opponent: None"));
     healthBar->setValue(0);
     healthLabel->setText(QStringLiteral("HP: 0/0"));

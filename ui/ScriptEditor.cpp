@@ -81,17 +81,40 @@ void fillTable(QTableWidget* table, const QList<Record>& records, const QString&
     }
 }
 
-void load(ScriptItemDialog& d, const Alias& r) { d.setAlias(r); }
-void load(ScriptItemDialog& d, const Trigger& r) { d.setTrigger(r); }
-void load(ScriptItemDialog& d, const Timer& r) { d.setTimer(r); }
-void load(ScriptItemDialog& d, const Variable& r) { d.setVariable(r); }
-void read(const ScriptItemDialog& d, Alias& r) { r = d.getAlias(); }
-void read(const ScriptItemDialog& d, Trigger& r) { r = d.getTrigger(); }
-void read(const ScriptItemDialog& d, Timer& r) { r = d.getTimer(); }
-void read(const ScriptItemDialog& d, Variable& r) { r = d.getVariable(); }
+void load(ScriptItemDialog& d, const Alias& r)
+{
+    d.setAlias(r);
+}
+void load(ScriptItemDialog& d, const Trigger& r)
+{
+    d.setTrigger(r);
+}
+void load(ScriptItemDialog& d, const Timer& r)
+{
+    d.setTimer(r);
+}
+void load(ScriptItemDialog& d, const Variable& r)
+{
+    d.setVariable(r);
+}
+void read(const ScriptItemDialog& d, Alias& r)
+{
+    r = d.getAlias();
+}
+void read(const ScriptItemDialog& d, Trigger& r)
+{
+    r = d.getTrigger();
+}
+void read(const ScriptItemDialog& d, Timer& r)
+{
+    r = d.getTimer();
+}
+void read(const ScriptItemDialog& d, Variable& r)
+{
+    r = d.getVariable();
+}
 
-template <typename Record>
-bool runItemDialog(QWidget* parent, int kind, Record& record)
+template <typename Record> bool runItemDialog(QWidget* parent, int kind, Record& record)
 {
     ScriptItemDialog dialog(kind, parent);
     load(dialog, record);
@@ -101,8 +124,7 @@ bool runItemDialog(QWidget* parent, int kind, Record& record)
     return true;
 }
 
-template <typename Record>
-bool addRecord(QWidget* parent, int kind, QList<Record>& records)
+template <typename Record> bool addRecord(QWidget* parent, int kind, QList<Record>& records)
 {
     Record record;
     if (!runItemDialog(parent, kind, record))
@@ -124,8 +146,7 @@ bool editRecord(QWidget* parent, int kind, QList<Record>& records, const std::op
     return false;
 }
 
-template <typename Record>
-bool removeRecord(QList<Record>& records, const std::optional<QString>& name)
+template <typename Record> bool removeRecord(QList<Record>& records, const std::optional<QString>& name)
 {
     if (!name)
         return false;
@@ -198,9 +219,9 @@ ScriptEditor::Page ScriptEditor::addRecordPage(const QString& title, const QStri
     layout->addWidget(page.table, 1);
 
     auto* buttons = new QHBoxLayout;
-    for (const auto& [text, slot] : {std::pair{QStringLiteral("Add"), onAdd},
-                                     std::pair{QStringLiteral("Edit"), onEdit},
-                                     std::pair{QStringLiteral("Delete"), onDelete}}) {
+    for (const auto& [text, slot] :
+         {std::pair{QStringLiteral("Add"), onAdd}, std::pair{QStringLiteral("Edit"), onEdit},
+          std::pair{QStringLiteral("Delete"), onDelete}}) {
         auto* button = new QPushButton(text, widget);
         connect(button, &QPushButton::clicked, this, slot);
         buttons->addWidget(button);
@@ -213,49 +234,49 @@ ScriptEditor::Page ScriptEditor::addRecordPage(const QString& title, const QStri
 
 void ScriptEditor::setupAliasTab()
 {
-    aliasPage = addRecordPage(QStringLiteral("Aliases"),
-                              {QStringLiteral("Name"), QStringLiteral("Alias"), QStringLiteral("Group"),
-                               QStringLiteral("Enabled")},
-                              [this] { onAliasAdd(); }, [this] { onAliasEdit(); },
-                              [this] { onAliasDelete(); },
-                              [this](const QString& g) { onAliasGroupChanged(g); });
+    aliasPage = addRecordPage(
+        QStringLiteral("Aliases"),
+        {QStringLiteral("Name"), QStringLiteral("Alias"), QStringLiteral("Group"), QStringLiteral("Enabled")},
+        [this] { onAliasAdd(); }, [this] { onAliasEdit(); }, [this] { onAliasDelete(); },
+        [this](const QString& g) { onAliasGroupChanged(g); });
 }
 
 void ScriptEditor::setupTriggerTab()
 {
-    triggerPage = addRecordPage(QStringLiteral("Triggers"),
-                                {QStringLiteral("Name"), QStringLiteral("Pattern"), QStringLiteral("Regex"),
-                                 QStringLiteral("Group"), QStringLiteral("Enabled")},
-                                [this] { onTriggerAdd(); }, [this] { onTriggerEdit(); },
-                                [this] { onTriggerDelete(); },
-                                [this](const QString& g) { onTriggerGroupChanged(g); });
+    triggerPage = addRecordPage(
+        QStringLiteral("Triggers"),
+        {QStringLiteral("Name"), QStringLiteral("Pattern"), QStringLiteral("Regex"), QStringLiteral("Group"),
+         QStringLiteral("Enabled")},
+        [this] { onTriggerAdd(); }, [this] { onTriggerEdit(); }, [this] { onTriggerDelete(); },
+        [this](const QString& g) { onTriggerGroupChanged(g); });
 }
 
 void ScriptEditor::setupTimerTab()
 {
-    timerPage = addRecordPage(QStringLiteral("Timers"),
-                              {QStringLiteral("Name"), QStringLiteral("Interval (ms)"), QStringLiteral("Type"),
-                               QStringLiteral("Group"), QStringLiteral("Enabled")},
-                              [this] { onTimerAdd(); }, [this] { onTimerEdit(); },
-                              [this] { onTimerDelete(); },
-                              [this](const QString& g) { onTimerGroupChanged(g); });
+    timerPage = addRecordPage(
+        QStringLiteral("Timers"),
+        {QStringLiteral("Name"), QStringLiteral("Interval (ms)"), QStringLiteral("Type"),
+         QStringLiteral("Group"), QStringLiteral("Enabled")},
+        [this] { onTimerAdd(); }, [this] { onTimerEdit(); }, [this] { onTimerDelete(); },
+        [this](const QString& g) { onTimerGroupChanged(g); });
 }
 
 void ScriptEditor::setupVariableTab()
 {
-    variablePage = addRecordPage(QStringLiteral("Variables"),
-                                 {QStringLiteral("Name"), QStringLiteral("Value"), QStringLiteral("Group")},
-                                 [this] { onVariableAdd(); }, [this] { onVariableEdit(); },
-                                 [this] { onVariableDelete(); },
-                                 [this](const QString& g) { onVariableGroupChanged(g); });
+    variablePage = addRecordPage(
+        QStringLiteral("Variables"),
+        {QStringLiteral("Name"), QStringLiteral("Value"), QStringLiteral("Group")},
+        [this] { onVariableAdd(); }, [this] { onVariableEdit(); }, [this] { onVariableDelete(); },
+        [this](const QString& g) { onVariableGroupChanged(g); });
 }
 
 void ScriptEditor::setupQuickActionTab()
 {
-    quickActionPage = addRecordPage(QStringLiteral("Quick Actions"),
-                                    {QStringLiteral("Label"), QStringLiteral("Command"), QStringLiteral("Enabled")},
-                                    [this] { onQuickActionAdd(); }, [this] { onQuickActionEdit(); },
-                                    [this] { onQuickActionDelete(); }, {});
+    quickActionPage = addRecordPage(
+        QStringLiteral("Quick Actions"),
+        {QStringLiteral("Label"), QStringLiteral("Command"), QStringLiteral("Enabled")},
+        [this] { onQuickActionAdd(); }, [this] { onQuickActionEdit(); }, [this] { onQuickActionDelete(); },
+        {});
 }
 
 void ScriptEditor::setupLuaTab()
@@ -310,8 +331,8 @@ QStringList ScriptEditor::getAllGroups(const Scripts& source) const
 void ScriptEditor::refreshGroupFilters()
 {
     const QStringList groups = getAllGroups(scripts);
-    for (QComboBox* combo : {aliasPage.groupFilter, triggerPage.groupFilter, timerPage.groupFilter,
-                             variablePage.groupFilter}) {
+    for (QComboBox* combo :
+         {aliasPage.groupFilter, triggerPage.groupFilter, timerPage.groupFilter, variablePage.groupFilter}) {
         const QString current = combo->currentText();
         const QSignalBlocker blocker(combo);
         combo->clear();
@@ -357,16 +378,43 @@ void ScriptEditor::recordsChanged(void (ScriptEditor::*populate)(const QString&)
     emitScriptsChanged();
 }
 
-void ScriptEditor::populateAliasTable(const QString& group) { fillTable(aliasPage.table, scripts.aliases, group); }
-void ScriptEditor::populateTriggerTable(const QString& group) { fillTable(triggerPage.table, scripts.triggers, group); }
-void ScriptEditor::populateTimerTable(const QString& group) { fillTable(timerPage.table, scripts.timers, group); }
-void ScriptEditor::populateVariableTable(const QString& group) { fillTable(variablePage.table, scripts.variables, group); }
-void ScriptEditor::populateQuickActionTable() { fillTable(quickActionPage.table, scripts.quickActions); }
+void ScriptEditor::populateAliasTable(const QString& group)
+{
+    fillTable(aliasPage.table, scripts.aliases, group);
+}
+void ScriptEditor::populateTriggerTable(const QString& group)
+{
+    fillTable(triggerPage.table, scripts.triggers, group);
+}
+void ScriptEditor::populateTimerTable(const QString& group)
+{
+    fillTable(timerPage.table, scripts.timers, group);
+}
+void ScriptEditor::populateVariableTable(const QString& group)
+{
+    fillTable(variablePage.table, scripts.variables, group);
+}
+void ScriptEditor::populateQuickActionTable()
+{
+    fillTable(quickActionPage.table, scripts.quickActions);
+}
 
-void ScriptEditor::onAliasGroupChanged(const QString& group) { populateAliasTable(filterGroup(group)); }
-void ScriptEditor::onTriggerGroupChanged(const QString& group) { populateTriggerTable(filterGroup(group)); }
-void ScriptEditor::onTimerGroupChanged(const QString& group) { populateTimerTable(filterGroup(group)); }
-void ScriptEditor::onVariableGroupChanged(const QString& group) { populateVariableTable(filterGroup(group)); }
+void ScriptEditor::onAliasGroupChanged(const QString& group)
+{
+    populateAliasTable(filterGroup(group));
+}
+void ScriptEditor::onTriggerGroupChanged(const QString& group)
+{
+    populateTriggerTable(filterGroup(group));
+}
+void ScriptEditor::onTimerGroupChanged(const QString& group)
+{
+    populateTimerTable(filterGroup(group));
+}
+void ScriptEditor::onVariableGroupChanged(const QString& group)
+{
+    populateVariableTable(filterGroup(group));
+}
 
 void ScriptEditor::onAliasAdd()
 {

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <QPointer>
-#include <functional>
-#include <optional>
 #include <QStringList>
 #include <QWidget>
+
+#include <functional>
+#include <optional>
 
 #include "storage/Scripts.h"
 
@@ -77,9 +78,8 @@ private:
     void setupVariableTab();
     void setupQuickActionTab();
     void setupLuaTab();
-    Page addRecordPage(const QString& title, const QStringList& headers,
-                       const std::function<void()>& onAdd, const std::function<void()>& onEdit,
-                       const std::function<void()>& onDelete,
+    Page addRecordPage(const QString& title, const QStringList& headers, const std::function<void()>& onAdd,
+                       const std::function<void()>& onEdit, const std::function<void()>& onDelete,
                        const std::function<void(const QString&)>& onGroupChanged);
     void refreshGroupFilters();
     std::optional<QString> currentName(const Page& page) const;

@@ -20,7 +20,8 @@ const QString kTimerRepeat = QStringLiteral("repeat");
 constexpr int kRepeatIndex = 0;
 constexpr int kOnceIndex = 1;
 
-QString kindTitle(int kind) {
+QString kindTitle(int kind)
+{
     switch (kind) {
     case ScriptItemDialog::AliasKind:
         return QStringLiteral("Alias");
@@ -41,7 +42,8 @@ QString kindTitle(int kind) {
 
 ScriptItemDialog::ScriptItemDialog(int kind, QWidget* parent)
     : QDialog(parent)
-    , kind(kind) {
+    , kind(kind)
+{
     setWindowTitle(kindTitle(kind));
     setMinimumSize(500, 300);
     setupUi();
@@ -49,7 +51,8 @@ ScriptItemDialog::ScriptItemDialog(int kind, QWidget* parent)
     showRelevantFields();
 }
 
-void ScriptItemDialog::setupUi() {
+void ScriptItemDialog::setupUi()
+{
     auto* layout = new QVBoxLayout(this);
     auto* form = new QFormLayout;
     layout->addLayout(form);
@@ -120,18 +123,20 @@ void ScriptItemDialog::setupUi() {
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
-void ScriptItemDialog::connectSignals() {
-    connect(commandModeCombo, &QComboBox::currentIndexChanged, this,
-            &ScriptItemDialog::onCommandModeChanged);
+void ScriptItemDialog::connectSignals()
+{
+    connect(commandModeCombo, &QComboBox::currentIndexChanged, this, &ScriptItemDialog::onCommandModeChanged);
 }
 
-void ScriptItemDialog::setRowVisible(QWidget* field, bool visible) {
+void ScriptItemDialog::setRowVisible(QWidget* field, bool visible)
+{
     field->setVisible(visible);
     if (QLabel* label = rowLabels.value(field))
         label->setVisible(visible);
 }
 
-void ScriptItemDialog::showRelevantFields() {
+void ScriptItemDialog::showRelevantFields()
+{
     const bool hasCommandMode = kind == AliasKind || kind == TriggerKind || kind == TimerKind;
     const bool luaMode = hasCommandMode && commandModeCombo->currentIndex() == LuaFunctionMode;
 
@@ -147,11 +152,13 @@ void ScriptItemDialog::showRelevantFields() {
     setRowVisible(argEdit, luaMode);
 }
 
-void ScriptItemDialog::onCommandModeChanged(int) {
+void ScriptItemDialog::onCommandModeChanged(int)
+{
     showRelevantFields();
 }
 
-void ScriptItemDialog::loadCommands(const QString& commands) {
+void ScriptItemDialog::loadCommands(const QString& commands)
+{
     functionEdit->clear();
     argEdit->clear();
     commandsEdit->clear();
@@ -169,7 +176,8 @@ void ScriptItemDialog::loadCommands(const QString& commands) {
     }
 }
 
-QString ScriptItemDialog::buildCommands() const {
+QString ScriptItemDialog::buildCommands() const
+{
     if (commandModeCombo->currentIndex() != LuaFunctionMode)
         return commandsEdit->toPlainText();
     // A stray space around the name would make the call fail to match when run.
@@ -178,7 +186,8 @@ QString ScriptItemDialog::buildCommands() const {
     return arg.isEmpty() ? kLuaPrefix + function : QStringLiteral("lua:%1(%2)").arg(function, arg);
 }
 
-void ScriptItemDialog::setAlias(const Alias& alias) {
+void ScriptItemDialog::setAlias(const Alias& alias)
+{
     nameEdit->setText(alias.name);
     groupEdit->setText(alias.group);
     aliasEdit->setText(alias.alias);
@@ -186,7 +195,8 @@ void ScriptItemDialog::setAlias(const Alias& alias) {
     enabledCheck->setChecked(alias.enabled);
 }
 
-Alias ScriptItemDialog::getAlias() const {
+Alias ScriptItemDialog::getAlias() const
+{
     Alias alias;
     alias.name = nameEdit->text();
     alias.group = groupEdit->text();
@@ -196,7 +206,8 @@ Alias ScriptItemDialog::getAlias() const {
     return alias;
 }
 
-void ScriptItemDialog::setTrigger(const Trigger& trigger) {
+void ScriptItemDialog::setTrigger(const Trigger& trigger)
+{
     editedTrigger = trigger;
     nameEdit->setText(trigger.name);
     groupEdit->setText(trigger.group);
@@ -206,7 +217,8 @@ void ScriptItemDialog::setTrigger(const Trigger& trigger) {
     enabledCheck->setChecked(trigger.enabled);
 }
 
-Trigger ScriptItemDialog::getTrigger() const {
+Trigger ScriptItemDialog::getTrigger() const
+{
     Trigger trigger = editedTrigger;
     trigger.name = nameEdit->text();
     trigger.group = groupEdit->text();
@@ -217,7 +229,8 @@ Trigger ScriptItemDialog::getTrigger() const {
     return trigger;
 }
 
-void ScriptItemDialog::setTimer(const Timer& timer) {
+void ScriptItemDialog::setTimer(const Timer& timer)
+{
     nameEdit->setText(timer.name);
     groupEdit->setText(timer.group);
     intervalSpin->setValue(timer.intervalMs);
@@ -226,7 +239,8 @@ void ScriptItemDialog::setTimer(const Timer& timer) {
     enabledCheck->setChecked(timer.enabled);
 }
 
-Timer ScriptItemDialog::getTimer() const {
+Timer ScriptItemDialog::getTimer() const
+{
     Timer timer;
     timer.name = nameEdit->text();
     timer.group = groupEdit->text();
@@ -237,13 +251,15 @@ Timer ScriptItemDialog::getTimer() const {
     return timer;
 }
 
-void ScriptItemDialog::setVariable(const Variable& variable) {
+void ScriptItemDialog::setVariable(const Variable& variable)
+{
     nameEdit->setText(variable.name);
     groupEdit->setText(variable.group);
     valueEdit->setPlainText(variable.value);
 }
 
-Variable ScriptItemDialog::getVariable() const {
+Variable ScriptItemDialog::getVariable() const
+{
     Variable variable;
     variable.name = nameEdit->text();
     variable.group = groupEdit->text();
@@ -251,7 +267,8 @@ Variable ScriptItemDialog::getVariable() const {
     return variable;
 }
 
-void ScriptItemDialog::setKeyBinding(const KeyBinding& binding) {
+void ScriptItemDialog::setKeyBinding(const KeyBinding& binding)
+{
     nameEdit->setText(binding.name);
     groupEdit->setText(binding.group);
     keySequenceEdit->setText(binding.keySequence);
@@ -259,7 +276,8 @@ void ScriptItemDialog::setKeyBinding(const KeyBinding& binding) {
     enabledCheck->setChecked(binding.enabled);
 }
 
-KeyBinding ScriptItemDialog::getKeyBinding() const {
+KeyBinding ScriptItemDialog::getKeyBinding() const
+{
     KeyBinding binding;
     binding.name = nameEdit->text();
     binding.group = groupEdit->text();

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "storage/Scripts.h"
-
 #include <QDialog>
 #include <QMap>
+
+#include "storage/Scripts.h"
 
 class QCheckBox;
 class QComboBox;
@@ -21,13 +21,7 @@ class ScriptItemDialog final : public QDialog {
     Q_DISABLE_COPY_MOVE(ScriptItemDialog)
 
 public:
-    enum Kind {
-        AliasKind = 0,
-        TriggerKind = 1,
-        TimerKind = 2,
-        VariableKind = 3,
-        KeyBindingKind = 4
-    };
+    enum Kind { AliasKind = 0, TriggerKind = 1, TimerKind = 2, VariableKind = 3, KeyBindingKind = 4 };
     enum CommandMode { CommandListMode = 0, LuaFunctionMode = 1 };
 
     explicit ScriptItemDialog(int kind, QWidget* parent = nullptr);

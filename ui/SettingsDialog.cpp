@@ -1,7 +1,5 @@
 #include "ui/SettingsDialog.h"
 
-#include "ui/Theme.h"
-
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
@@ -10,8 +8,11 @@
 #include <QSlider>
 #include <QVBoxLayout>
 
+#include "ui/Theme.h"
+
 SettingsDialog::SettingsDialog(QWidget* parent)
-    : QDialog(parent) {
+    : QDialog(parent)
+{
     setWindowTitle(QStringLiteral("Settings"));
     setMinimumWidth(400);
     setStyleSheet(Theme::panelStyleSheet());
@@ -59,26 +60,31 @@ SettingsDialog::SettingsDialog(QWidget* parent)
     fontSizeSlider->setFocus();
 }
 
-int SettingsDialog::getFontSize() const {
+int SettingsDialog::getFontSize() const
+{
     return fontSizeSlider->value();
 }
 
-bool SettingsDialog::getEchoInput() const {
+bool SettingsDialog::getEchoInput() const
+{
     return echoInputBox->isChecked();
 }
 
-bool SettingsDialog::getRepeatMode() const {
+bool SettingsDialog::getRepeatMode() const
+{
     return repeatModeBox->isChecked();
 }
 
-void SettingsDialog::onFontSizeChanged(int size) {
+void SettingsDialog::onFontSizeChanged(int size)
+{
     // Emitted while dragging so the player sees the new size at once; Cancel
     // does not take it back.
     fontSizeValue->setText(QStringLiteral("%1pt").arg(size));
     emit fontSizeChanged(size);
 }
 
-void SettingsDialog::onAccepted() {
+void SettingsDialog::onAccepted()
+{
     emit echoInputChanged(getEchoInput());
     emit repeatModeChanged(getRepeatMode());
     accept();

@@ -23,7 +23,8 @@ constexpr QLatin1String kSelection{"rgba(255, 107, 0, 90)"};
 
 // The sheets are written with @name@ placeholders and filled from the palette,
 // which keeps them readable and every colour defined once.
-QString withPalette(QString sheet) {
+QString withPalette(QString sheet)
+{
     const QList<QPair<QLatin1String, QLatin1String>> tokens = {
         {QLatin1String("@accent@"), kAccent},
         {QLatin1String("@accentEnd@"), kAccentEnd},
@@ -389,19 +390,23 @@ QTabBar::tab:hover:!selected {
 
 } // namespace
 
-QString panelStyleSheet() {
+QString panelStyleSheet()
+{
     return withPalette(QStringLiteral("background-color: @component@; color: @text@;"));
 }
 
-QString applicationStyleSheet() {
+QString applicationStyleSheet()
+{
     return withPalette(QString::fromUtf8(kApplicationSheet));
 }
 
-QString tabPaneStyleSheet() {
+QString tabPaneStyleSheet()
+{
     return withPalette(QString::fromUtf8(kTabPaneSheet));
 }
 
-QFont monospaceFont(int pointSize) {
+QFont monospaceFont(int pointSize)
+{
     QFont font = QFontDatabase::families().contains(kMonospaceFamily)
                      ? QFont(kMonospaceFamily)
                      : QFontDatabase::systemFont(QFontDatabase::FixedFont);

@@ -1,12 +1,12 @@
 #include "ui/VitalsWidget.h"
 
-#include "ui/Theme.h"
-
 #include <QGridLayout>
 #include <QLabel>
 #include <QProgressBar>
 
 #include <limits>
+
+#include "ui/Theme.h"
 
 namespace {
 
@@ -15,7 +15,8 @@ namespace {
 constexpr int kCaptionStretch = 1;
 constexpr int kBarStretch = 3;
 
-QProgressBar* makeBar(QLatin1String objectName, const QString& accessibleName, QWidget* parent) {
+QProgressBar* makeBar(QLatin1String objectName, const QString& accessibleName, QWidget* parent)
+{
     auto* bar = new QProgressBar(parent);
     bar->setObjectName(objectName);
     bar->setAccessibleName(accessibleName);
@@ -26,7 +27,8 @@ QProgressBar* makeBar(QLatin1String objectName, const QString& accessibleName, Q
     return bar;
 }
 
-QLabel* makeCaption(const QString& text, QWidget* parent) {
+QLabel* makeCaption(const QString& text, QWidget* parent)
+{
     auto* label = new QLabel(text, parent);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return label;
@@ -35,7 +37,8 @@ QLabel* makeCaption(const QString& text, QWidget* parent) {
 } // namespace
 
 VitalsWidget::VitalsWidget(QWidget* parent)
-    : QWidget(parent) {
+    : QWidget(parent)
+{
     setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(Theme::panelStyleSheet());
 
@@ -63,19 +66,23 @@ VitalsWidget::VitalsWidget(QWidget* parent)
     }
 }
 
-void VitalsWidget::updatePL(qint64 current, qint64 max) {
+void VitalsWidget::updatePL(qint64 current, qint64 max)
+{
     updateRow(plBar, plLabel, QStringLiteral("PL: %1/%2"), current, max);
 }
 
-void VitalsWidget::updateKi(qint64 current, qint64 max) {
+void VitalsWidget::updateKi(qint64 current, qint64 max)
+{
     updateRow(kiBar, kiLabel, QStringLiteral("Ki: %1/%2"), current, max);
 }
 
-void VitalsWidget::updateFatigue(qint64 current, qint64 max) {
+void VitalsWidget::updateFatigue(qint64 current, qint64 max)
+{
     updateRow(fatigueBar, fatigueLabel, QStringLiteral("Fatigue: %1/%2"), current, max);
 }
 
-int VitalsWidget::percentOf(qint64 current, qint64 max) {
+int VitalsWidget::percentOf(qint64 current, qint64 max)
+{
     if (max <= 0)
         return 0;
     if (current > max)
@@ -89,8 +96,9 @@ int VitalsWidget::percentOf(qint64 current, qint64 max) {
     return int(qMax<long double>(share, std::numeric_limits<int>::min()));
 }
 
-void VitalsWidget::updateRow(QProgressBar* bar, QLabel* caption, const QString& format,
-                             qint64 current, qint64 max) {
+void VitalsWidget::updateRow(QProgressBar* bar, QLabel* caption, const QString& format, qint64 current,
+                             qint64 max)
+{
     if (max <= 0)
         return;
     bar->setMaximum(100);

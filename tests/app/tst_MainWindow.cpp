@@ -14,7 +14,6 @@
 #include "ui/CharacterDialog.h"
 #include "ui/GameScreen.h"
 
-
 class tst_MainWindow : public QObject {
     Q_OBJECT
 
@@ -38,7 +37,7 @@ void tst_MainWindow::tabsFollowSessions()
     QCOMPARE(tabs->tabText(1), "Hero @ 127.0.0.1");
     QCOMPARE(tabs->currentIndex(), 1);
 
-    window.onTabCloseRequested(0);  // the character list never closes
+    window.onTabCloseRequested(0); // the character list never closes
     QCOMPARE(tabs->count(), 2);
 
     for (int i = 1; i < SessionManager::kMaxSessions; ++i)

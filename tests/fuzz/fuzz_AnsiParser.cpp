@@ -6,8 +6,6 @@
 // left after parsing is exactly what removing the control sequences with the
 // equivalent regular expressions leaves.
 
-#include "terminal/AnsiParser.h"
-
 #include <QRegularExpression>
 #include <QString>
 
@@ -15,9 +13,11 @@
 #include <cstdint>
 #include <cstdlib>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const QRegularExpression nonSgr(
-        QStringLiteral("\\x1b\\[(?![0-9;]*m)[^\\x1b]*?[@-Z\\[-_`a-z]"));
+#include "terminal/AnsiParser.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static const QRegularExpression nonSgr(QStringLiteral("\\x1b\\[(?![0-9;]*m)[^\\x1b]*?[@-Z\\[-_`a-z]"));
     static const QRegularExpression sgr(QStringLiteral("\\x1b\\[[0-9;]*m"));
 
     const QString input = QString::fromLatin1(reinterpret_cast<const char*>(data), qsizetype(size));

@@ -4,8 +4,6 @@
 // sees. Along the way it checks that text always arrives one character at a
 // time and that the sub-negotiation buffer stays under its cap.
 
-#include "net/TelnetParser.h"
-
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -13,13 +11,16 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "net/TelnetParser.h"
+
 namespace {
 
 struct Run {
     TelnetParser parser;
     QStringList events;
 
-    Run() {
+    Run()
+    {
         parser.onText = [this](const QString& c) {
             if (c.size() != 1)
                 std::abort();
@@ -41,7 +42,8 @@ struct Run {
         };
     }
 
-    void check() const {
+    void check() const
+    {
         if (parser.subnegotiationBuffer.size() > TelnetParser::kSubnegotiationCap)
             std::abort();
     }
@@ -49,7 +51,8 @@ struct Run {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
     const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
 
     Run whole;

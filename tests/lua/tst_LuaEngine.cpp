@@ -1,8 +1,8 @@
-#include "lua/LuaEngine.h"
-#include "support/TestEnvironment.h"
-
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include "lua/LuaEngine.h"
+#include "support/TestEnvironment.h"
 
 class tst_LuaEngine : public QObject {
     Q_OBJECT
@@ -24,23 +24,27 @@ private:
     QStringList m_sent;
 };
 
-void tst_LuaEngine::init() {
+void tst_LuaEngine::init()
+{
     m_dir = std::make_unique<QTemporaryDir>();
     m_sent.clear();
 }
 
-void tst_LuaEngine::writeModule(const QString& name, const QByteArray& source) {
+void tst_LuaEngine::writeModule(const QString& name, const QByteArray& source)
+{
     QFile file(m_dir->filePath(name + ".lua"));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(source);
 }
 
-void tst_LuaEngine::prepare(LuaEngine& engine) {
+void tst_LuaEngine::prepare(LuaEngine& engine)
+{
     engine.setScriptDir(m_dir->path());
     engine.setSendCallback([this](const QString& text) { m_sent << text; });
 }
 
-void tst_LuaEngine::loadingAndCallingModules() {
+void tst_LuaEngine::loadingAndCallingModules()
+{
     LuaEngine engine;
     QVERIFY(!engine.loadModule("m"));
     QCOMPARE(engine.lastError(), QString("Script directory not set"));
@@ -74,17 +78,17 @@ void tst_LuaEngine::loadingAndCallingModules() {
     QCOMPARE(engine.loadedModules(), QList<QString>({"m"}));
 }
 
-void tst_LuaEngine::apiRoundTrips() {
+void tst_LuaEngine::apiRoundTrips()
+{
     LuaEngine engine;
     prepare(engine);
-    writeModule("api",
-                "function number() send(42) end\n"
-                "function noArg() send() end\n"
-                "function tableArg() send({}) end\n"
-                "function msdp(n) send('[' .. getMsdp(n) .. ']') end\n"
-                "function setv() setVariable('hp', 12) send(getVariable('hp')) end\n"
-                "function talk() echo('hello') end\n"
-                "function show() send(matches[0] .. '|' .. matches[1] .. '|' .. #matches) end");
+    writeModule("api", "function number() send(42) end\n"
+                       "function noArg() send() end\n"
+                       "function tableArg() send({}) end\n"
+                       "function msdp(n) send('[' .. getMsdp(n) .. ']') end\n"
+                       "function setv() setVariable('hp', 12) send(getVariable('hp')) end\n"
+                       "function talk() echo('hello') end\n"
+                       "function show() send(matches[0] .. '|' .. matches[1] .. '|' .. #matches) end");
     QVERIFY(engine.loadModule("api"));
 
     QVERIFY(!engine.callFunction("talk", ""));
@@ -106,8 +110,7 @@ void tst_LuaEngine::apiRoundTrips() {
     QCOMPARE(variables.value("hp"), QString("12"));
 
     QVERIFY(!engine.callFunction("noArg", ""));
-    QVERIFY(
-        engine.lastError().contains("bad argument #1 to 'send' (string expected, got no value)"));
+    QVERIFY(engine.lastError().contains("bad argument #1 to 'send' (string expected, got no value)"));
     QVERIFY(!engine.callFunction("tableArg", ""));
     QVERIFY(engine.lastError().contains("string expected, got table"));
 
@@ -118,7 +121,8 @@ void tst_LuaEngine::apiRoundTrips() {
     QVERIFY(!engine.callFunction("show", "")); // replaced, not merged: matches[1] is nil
 }
 
-void tst_LuaEngine::listFunctionsHidesApiAndBasics() {
+void tst_LuaEngine::listFunctionsHidesApiAndBasics()
+{
     LuaEngine engine;
     prepare(engine);
     writeModule("m", "function onHit() end\nfunction _private() end\nvalue = 3");
@@ -127,12 +131,13 @@ void tst_LuaEngine::listFunctionsHidesApiAndBasics() {
     QVERIFY(names.contains("onHit"));
     QVERIFY(names.contains("assert"));
     QVERIFY(names.contains("require"));
-    for (const char* hidden : {"send", "echo", "getMsdp", "getVariable", "setVariable", "print",
-                               "pairs", "setmetatable", "_private", "value", "string"})
+    for (const char* hidden : {"send", "echo", "getMsdp", "getVariable", "setVariable", "print", "pairs",
+                               "setmetatable", "_private", "value", "string"})
         QVERIFY2(!names.contains(hidden), hidden);
 }
 
-void tst_LuaEngine::unloadAllStartsClean() {
+void tst_LuaEngine::unloadAllStartsClean()
+{
     LuaEngine engine;
     prepare(engine);
     writeModule("m", "function pathOf() send(package.path) end");
@@ -150,16 +155,16 @@ void tst_LuaEngine::unloadAllStartsClean() {
     QVERIFY(!m_sent.last().startsWith(m_dir->path()));
 }
 
-void tst_LuaEngine::runawayScriptsAreStopped() {
+void tst_LuaEngine::runawayScriptsAreStopped()
+{
     LuaEngine engine;
     prepare(engine);
     engine.setTimeLimitMs(100);
-    writeModule(
-        "m", "function spin() while true do end end\n"
-             "function stubborn() while true do pcall(function() while true do end end) end end\n"
-             "function outer() send('inner') while true do end end\n"
-             "function inCoroutine() coroutine.wrap(function() while true do end end)() end\n"
-             "function fine(a) local s = 0 for i = 1, 100000 do s = s + i end send(a .. s) end");
+    writeModule("m", "function spin() while true do end end\n"
+                     "function stubborn() while true do pcall(function() while true do end end) end end\n"
+                     "function outer() send('inner') while true do end end\n"
+                     "function inCoroutine() coroutine.wrap(function() while true do end end)() end\n"
+                     "function fine(a) local s = 0 for i = 1, 100000 do s = s + i end send(a .. s) end");
     QVERIFY(engine.loadModule("m"));
 
     QVERIFY(!engine.callFunction("spin", ""));

@@ -1,34 +1,38 @@
-#include "lua/LuaPackage.h"
-#include "support/TestEnvironment.h"
-
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "lua/LuaPackage.h"
+#include "support/TestEnvironment.h"
+
 namespace {
 
-QByteArray readFile(const QString& path) {
+QByteArray readFile(const QString& path)
+{
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
-void writeFile(const QString& path, const QByteArray& bytes) {
+void writeFile(const QString& path, const QByteArray& bytes)
+{
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(bytes);
 }
 
-QByteArray run(const QString& program, const QStringList& arguments) {
+QByteArray run(const QString& program, const QStringList& arguments)
+{
     QProcess process;
     process.start(program, arguments);
     process.waitForFinished(30000);
     return process.exitCode() == 0 ? process.readAllStandardOutput() : "<failed>";
 }
 
-QList<LuaModule> modules(const QStringList& names) {
+QList<LuaModule> modules(const QStringList& names)
+{
     QList<LuaModule> result;
     for (const QString& name : names)
         result.append({name, result.size() % 2 == 0, int(result.size())});
@@ -56,17 +60,20 @@ private:
     QTemporaryDir tempRoot;
 };
 
-void tst_LuaPackage::initTestCase() {
+void tst_LuaPackage::initTestCase()
+{
     QVERIFY(tempRoot.isValid());
     qputenv("TMPDIR", tempRoot.path().toLocal8Bit());
 }
 
-void tst_LuaPackage::cleanup() {
+void tst_LuaPackage::cleanup()
+{
     QCOMPARE(QDir(tempRoot.path()).entryList({"olvex_*"}, QDir::AllEntries), {});
     QVERIFY(QDir(path("to")).removeRecursively());
 }
 
-void tst_LuaPackage::exportAndImportThroughZip() {
+void tst_LuaPackage::exportAndImportThroughZip()
+{
     writeFile(path("from/alpha.lua"), "function greet(n) send('hi ' .. n) end\n");
     writeFile(path("from/beta.lua"), "-- b\xc3\xa9ta\n");
     LuaPackage::Metadata metadata;
@@ -77,8 +84,7 @@ void tst_LuaPackage::exportAndImportThroughZip() {
 
     // The module list decides the files; the metadata is written as given.
     QVERIFY(LuaPackage::exportPackage(path("from"), modules({"alpha"}), {}, archive, error));
-    QVERIFY2(LuaPackage::exportPackage(path("from"), metadata.modules.mid(1, 1), metadata, archive,
-                                       error),
+    QVERIFY2(LuaPackage::exportPackage(path("from"), metadata.modules.mid(1, 1), metadata, archive, error),
              qPrintable(error));
     QCOMPARE(run("unzip", {"-Z1", archive}), "metadata.json\nscripts/\nscripts/alpha.lua\n"
                                              "scripts/beta.lua\n"); // added to, not replaced
@@ -86,8 +92,7 @@ void tst_LuaPackage::exportAndImportThroughZip() {
 
     writeFile(path("to/alpha.lua"), "-- mine\n");
     QList<LuaModule> imported;
-    QVERIFY2(LuaPackage::importPackage(archive, path("to"), true, imported, error),
-             qPrintable(error));
+    QVERIFY2(LuaPackage::importPackage(archive, path("to"), true, imported, error), qPrintable(error));
     QCOMPARE(imported, metadata.modules); // a module named without a file is still returned
     QCOMPARE(readFile(path("to/alpha.lua")), QByteArray("-- mine\n"));
     QCOMPARE(readFile(path("to/beta.lua")), readFile(path("from/beta.lua")));
@@ -101,7 +106,8 @@ void tst_LuaPackage::exportAndImportThroughZip() {
     QVERIFY(!QFile::exists(path("other.olvexscripts")));
 }
 
-void tst_LuaPackage::reportsBrokenPackages() {
+void tst_LuaPackage::reportsBrokenPackages()
+{
     QList<LuaModule> imported;
     QString error;
     const QString noMetadata = path("nometa.olvexscripts");
@@ -123,7 +129,8 @@ void tst_LuaPackage::reportsBrokenPackages() {
 }
 
 // Each row is the body of a python script that fills the zipfile z.
-void tst_LuaPackage::refusesHostilePackages_data() {
+void tst_LuaPackage::refusesHostilePackages_data()
+{
     QTest::addColumn<QString>("entries");
     QTest::addColumn<QString>("error");
 
@@ -133,9 +140,8 @@ void tst_LuaPackage::refusesHostilePackages_data() {
     const QString absolute = path("escape.lua");
     QTest::newRow("parent") << meta + "z.writestr('../escape.lua', 'x')"
                             << "Package entry has an unsafe path: ../escape.lua";
-    QTest::newRow("backslash parent")
-        << meta + "z.writestr('scripts\\\\..\\\\..\\\\escape.lua', 'x')"
-        << "Package entry has an unsafe path: scripts\\..\\..\\escape.lua";
+    QTest::newRow("backslash parent") << meta + "z.writestr('scripts\\\\..\\\\..\\\\escape.lua', 'x')"
+                                      << "Package entry has an unsafe path: scripts\\..\\..\\escape.lua";
     QTest::newRow("absolute") << meta + "z.writestr('" + absolute + "', 'x')"
                               << "Package entry has an unsafe path: " + absolute;
     QTest::newRow("linked module") << meta + link.arg("scripts/b.lua", path("secret"))
@@ -143,9 +149,8 @@ void tst_LuaPackage::refusesHostilePackages_data() {
     QTest::newRow("module file name") << meta + "z.writestr('scripts/bad-name.lua', 'x')"
                                       << "Package holds a module file with an invalid name: "
                                          "scripts/bad-name.lua";
-    QTest::newRow("module name")
-        << "z.writestr('metadata.json', '{\"modules\":[{\"name\":\"../a\"}]}')"
-        << "Package names an invalid module: ../a";
+    QTest::newRow("module name") << "z.writestr('metadata.json', '{\"modules\":[{\"name\":\"../a\"}]}')"
+                                 << "Package names an invalid module: ../a";
     QTest::newRow("entries") << meta + "for i in range(1001): z.writestr('scripts/m%d.lua' % i, '')"
                              << "Package is too large to import";
     QTest::newRow("bytes") << meta + "z.writestr('scripts/a.lua', b'-' * (6 << 20))\n"
@@ -153,7 +158,8 @@ void tst_LuaPackage::refusesHostilePackages_data() {
                            << "Package is too large to import";
 }
 
-void tst_LuaPackage::refusesHostilePackages() {
+void tst_LuaPackage::refusesHostilePackages()
+{
     QFETCH(QString, entries);
     QFETCH(QString, error);
     const QString archive = path("hostile.olvexscripts");

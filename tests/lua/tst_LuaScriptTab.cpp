@@ -1,7 +1,3 @@
-#include "lua/LuaPackage.h"
-#include "lua/LuaScriptTab.h"
-#include "support/TestEnvironment.h"
-
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -15,14 +11,20 @@
 
 #include <memory>
 
+#include "lua/LuaPackage.h"
+#include "lua/LuaScriptTab.h"
+#include "support/TestEnvironment.h"
+
 namespace {
 
-QByteArray readFile(const QString& path) {
+QByteArray readFile(const QString& path)
+{
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
-void writeFile(const QString& path, const QByteArray& bytes) {
+void writeFile(const QString& path, const QByteArray& bytes)
+{
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(bytes);
@@ -39,27 +41,33 @@ public:
     QListWidget* list() const { return findChild<QListWidget*>(); }
     QPlainTextEdit* editor() const { return findChild<QPlainTextEdit*>(); }
     QString status() const { return findChild<QLabel*>()->text(); }
-    void click(const QString& text) {
+    void click(const QString& text)
+    {
         for (QPushButton* button : findChildren<QPushButton*>())
             if (button->text() == text)
                 button->click();
     }
 
 protected:
-    QString askText(const QString& title, const QString& label) override {
+    QString askText(const QString& title, const QString& label) override
+    {
         asked << title + "|" + label;
         return answers.isEmpty() ? QString() : answers.takeFirst();
     }
-    bool askYesNo(const QString& title, const QString& text) override {
+    bool askYesNo(const QString& title, const QString& text) override
+    {
         return askText(title, text) == "yes";
     }
-    QString askOpenFileName(const QString& title, const QString& filter) override {
+    QString askOpenFileName(const QString& title, const QString& filter) override
+    {
         return askText(title, filter);
     }
-    QString askSaveFileName(const QString& title, const QString& filter) override {
+    QString askSaveFileName(const QString& title, const QString& filter) override
+    {
         return askText(title, filter);
     }
-    void showMessage(QMessageBox::Icon, const QString& title, const QString& text) override {
+    void showMessage(QMessageBox::Icon, const QString& title, const QString& text) override
+    {
         messages << title + "|" + text;
     }
 };
@@ -84,7 +92,8 @@ private:
     std::unique_ptr<ScriptedTab> tab; // on modules a, b, c with their files in dir
 };
 
-void tst_LuaScriptTab::init() {
+void tst_LuaScriptTab::init()
+{
     dir = std::make_unique<QTemporaryDir>();
     for (const QString name : {"a", "b", "c"})
         writeFile(file(name), "-- " + name.toUtf8() + "\n");
@@ -92,7 +101,8 @@ void tst_LuaScriptTab::init() {
     tab->setModules({{"a", true, 0}, {"b", false, 1}, {"c", true, 2}}, dir->path());
 }
 
-void tst_LuaScriptTab::newModuleFollowsNameRules_data() {
+void tst_LuaScriptTab::newModuleFollowsNameRules_data()
+{
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("refusal");
     const QString invalid = "Invalid Name|Module name must start with letter or underscore, "
@@ -106,7 +116,8 @@ void tst_LuaScriptTab::newModuleFollowsNameRules_data() {
     QTest::newRow("differs only in case") << "B" << QString();
 }
 
-void tst_LuaScriptTab::newModuleFollowsNameRules() {
+void tst_LuaScriptTab::newModuleFollowsNameRules()
+{
     QFETCH(QString, typed);
     QFETCH(QString, refusal);
     QSignalSpy changed(tab.get(), &LuaScriptTab::modulesChanged);
@@ -116,8 +127,7 @@ void tst_LuaScriptTab::newModuleFollowsNameRules() {
     if (!refusal.isNull()) {
         QCOMPARE(tab->messages, refusal.isEmpty() ? QStringList() : QStringList{refusal});
         QCOMPARE(changed.count(), 0);
-        QCOMPARE(QDir(dir->path()).entryList(QDir::Files),
-                 (QStringList{"a.lua", "b.lua", "c.lua"}));
+        QCOMPARE(QDir(dir->path()).entryList(QDir::Files), (QStringList{"a.lua", "b.lua", "c.lua"}));
         return;
     }
     QCOMPARE(readFile(file(typed)), "-- " + typed.toUtf8() + " module\n");
@@ -127,7 +137,8 @@ void tst_LuaScriptTab::newModuleFollowsNameRules() {
     QCOMPARE(tab->list()->currentRow(), 3);
 }
 
-void tst_LuaScriptTab::switchingSavesAndReloadUsesCache() {
+void tst_LuaScriptTab::switchingSavesAndReloadUsesCache()
+{
     tab->list()->setCurrentRow(0);
     tab->editor()->setPlainText("-- a edited\n");
     QCOMPARE(tab->status(), QString("* a (unsaved)"));
@@ -140,8 +151,7 @@ void tst_LuaScriptTab::switchingSavesAndReloadUsesCache() {
     writeFile(file("b"), "-- changed elsewhere\n");
     tab->editor()->setPlainText("-- b draft\n");
     tab->click("Reload");
-    QCOMPARE(tab->asked,
-             QStringList{"Reload Module|Discard unsaved changes and reload from disk?"});
+    QCOMPARE(tab->asked, QStringList{"Reload Module|Discard unsaved changes and reload from disk?"});
     QCOMPARE(tab->editor()->toPlainText(), QString("-- b draft\n"));
     tab->answers = {"yes"};
     tab->click("Reload");
@@ -153,13 +163,13 @@ void tst_LuaScriptTab::switchingSavesAndReloadUsesCache() {
     QCOMPARE(readFile(file("b")), QByteArray("-- b saved\n"));
 }
 
-void tst_LuaScriptTab::deleteAndMoveKeepTextWithItsModule() {
+void tst_LuaScriptTab::deleteAndMoveKeepTextWithItsModule()
+{
     QSignalSpy changed(tab.get(), &LuaScriptTab::modulesChanged);
     tab->list()->setCurrentRow(1);
     tab->editor()->setPlainText("-- b edited\n");
     tab->click(QString(QChar(0x2191)));
-    QCOMPARE(tab->getModules(),
-             (QList<LuaModule>{{"b", false, 1}, {"a", true, 0}, {"c", true, 2}}));
+    QCOMPARE(tab->getModules(), (QList<LuaModule>{{"b", false, 1}, {"a", true, 0}, {"c", true, 2}}));
     QCOMPARE(tab->list()->item(0)->text(), QString("* b"));
     tab->click(QString(QChar(0x2191))); // already first
     QCOMPARE(changed.count(), 1);
@@ -182,7 +192,8 @@ void tst_LuaScriptTab::deleteAndMoveKeepTextWithItsModule() {
     QCOMPARE(readFile(file("b")), QByteArray("-- b edited\n"));
 }
 
-void tst_LuaScriptTab::packagesImportNewModulesOnly() {
+void tst_LuaScriptTab::packagesImportNewModulesOnly()
+{
     ScriptedTab empty;
     empty.click("Export Package");
     QCOMPARE(empty.messages, QStringList{"Export Failed|No modules to export"});

@@ -1,18 +1,19 @@
-#include "lua/LuaSyntaxHighlighter.h"
-#include "support/TestEnvironment.h"
-
 #include <QGuiApplication>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
 #include <QtTest>
 
+#include "lua/LuaSyntaxHighlighter.h"
+#include "support/TestEnvironment.h"
+
 namespace {
 
 // "none" where no rule coloured the text, else the colour name with " bold" /
 // " italic"; the descriptions of the characters of piece (its first occurrence
 // in line) joined by " | " when they differ.
-QString describePiece(const QTextDocument& document, int line, const QString& piece) {
+QString describePiece(const QTextDocument& document, int line, const QString& piece)
+{
     const QTextBlock block = document.findBlockByNumber(line);
     const int start = block.text().indexOf(piece);
     if (start < 0)
@@ -44,7 +45,8 @@ private slots:
     void closingACommentRecoloursFollowingLines();
 };
 
-void tst_LuaSyntaxHighlighter::coloursPieces_data() {
+void tst_LuaSyntaxHighlighter::coloursPieces_data()
+{
     QTest::addColumn<QString>("source");
     QTest::addColumn<int>("line");
     QTest::addColumn<QString>("piece");
@@ -80,11 +82,12 @@ void tst_LuaSyntaxHighlighter::coloursPieces_data() {
         {"keyword after both comments", twoComments, 0, "if", "#0000ff bold"},
     };
     for (const auto& row : rows)
-        QTest::newRow(row.tag) << QString::fromUtf8(row.source) << row.line
-                               << QString::fromUtf8(row.piece) << QString::fromUtf8(row.expected);
+        QTest::newRow(row.tag) << QString::fromUtf8(row.source) << row.line << QString::fromUtf8(row.piece)
+                               << QString::fromUtf8(row.expected);
 }
 
-void tst_LuaSyntaxHighlighter::coloursPieces() {
+void tst_LuaSyntaxHighlighter::coloursPieces()
+{
     QFETCH(QString, source);
     QFETCH(int, line);
     QFETCH(QString, piece);
@@ -97,7 +100,8 @@ void tst_LuaSyntaxHighlighter::coloursPieces() {
     QCOMPARE(describePiece(document, line, piece), expected);
 }
 
-void tst_LuaSyntaxHighlighter::closingACommentRecoloursFollowingLines() {
+void tst_LuaSyntaxHighlighter::closingACommentRecoloursFollowingLines()
+{
     QTextDocument document;
     document.documentLayout();
     LuaSyntaxHighlighter highlighter(&document);

@@ -1,10 +1,10 @@
-#include "net/MudConnection.h"
-#include "support/TestEnvironment.h"
-
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
+
+#include "net/MudConnection.h"
+#include "support/TestEnvironment.h"
 
 namespace {
 
@@ -17,7 +17,8 @@ struct Server {
     QTcpSocket* peer = nullptr;
     QByteArray received;
 
-    Server() {
+    Server()
+    {
         listener.listen(QHostAddress::LocalHost);
         QObject::connect(&listener, &QTcpServer::newConnection, [this] {
             peer = listener.nextPendingConnection();
@@ -39,7 +40,8 @@ private slots:
     void refusedPortReportsTheSocketError();
 };
 
-void tst_MudConnection::exchangesBytesWithTheServer() {
+void tst_MudConnection::exchangesBytesWithTheServer()
+{
     Server server;
     MudConnection connection;
     QSignalSpy text(&connection, &MudConnection::textReceived);
@@ -56,8 +58,8 @@ void tst_MudConnection::exchangesBytesWithTheServer() {
     QTRY_COMPARE(server.received, QByteArray("look\r\nsay h\xC3\xA9llo \xE2\x98\xBA\r\n"));
 
     // Pairs: "=5=x" has no name; "A=B=C" splits at its first "=".
-    server.peer->write(QByteArray("hi\xFF\xFF\xFF\xFA\x45\x01=5\x02x\x01") + "A=B\x02" +
-                       "C\x01HP\x02" + "10\xFF\xF0\n");
+    server.peer->write(QByteArray("hi\xFF\xFF\xFF\xFA\x45\x01=5\x02x\x01") + "A=B\x02" + "C\x01HP\x02" +
+                       "10\xFF\xF0\n");
     QTRY_COMPARE(text.size(), 4);
     QStringList characters;
     for (const QList<QVariant>& signal : text)
@@ -66,7 +68,8 @@ void tst_MudConnection::exchangesBytesWithTheServer() {
     QCOMPARE(msdp, QList<QVariantList>({{"A", "B=C"}, {"HP", "10"}}));
 }
 
-void tst_MudConnection::keepsAliveUntilDisconnected() {
+void tst_MudConnection::keepsAliveUntilDisconnected()
+{
     Server server;
     MudConnection connection;
     QSignalSpy disconnected(&connection, &MudConnection::disconnected);
@@ -85,7 +88,8 @@ void tst_MudConnection::keepsAliveUntilDisconnected() {
     QCOMPARE(server.received, kAnnouncement + "\xFF\xF1");
 }
 
-void tst_MudConnection::connectingAgainMovesToTheNewServer() {
+void tst_MudConnection::connectingAgainMovesToTheNewServer()
+{
     Server first;
     Server second;
     MudConnection connection;
@@ -107,7 +111,8 @@ void tst_MudConnection::connectingAgainMovesToTheNewServer() {
     QCOMPARE(first.received, kAnnouncement);
 }
 
-void tst_MudConnection::refusedPortReportsTheSocketError() {
+void tst_MudConnection::refusedPortReportsTheSocketError()
+{
     quint16 closedPort = 0;
     {
         QTcpServer probe;

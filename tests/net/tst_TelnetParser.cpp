@@ -1,16 +1,17 @@
+#include <QtTest>
+
 #include "net/TelnetParser.h"
 #include "support/TestEnvironment.h"
-
-#include <QtTest>
 
 namespace {
 
 // Server bytes written readably: "<IAC><SB><MSDP><VAR>HP<VAL>10<IAC><SE>".
-QByteArray wire(QByteArray text) {
-    const QList<QPair<QByteArray, char>> names = {
-        {"<IAC>", '\xFF'}, {"<SB>", '\xFA'}, {"<SE>", '\xF0'},   {"<WILL>", '\xFB'},
-        {"<DO>", '\xFD'},  {"<GA>", '\xF9'}, {"<MSDP>", '\x45'}, {"<VAR>", '\x01'},
-        {"<VAL>", '\x02'}, {"<TO>", '\x03'}, {"<TC>", '\x04'}};
+QByteArray wire(QByteArray text)
+{
+    const QList<QPair<QByteArray, char>> names = {{"<IAC>", '\xFF'},  {"<SB>", '\xFA'},  {"<SE>", '\xF0'},
+                                                  {"<WILL>", '\xFB'}, {"<DO>", '\xFD'},  {"<GA>", '\xF9'},
+                                                  {"<MSDP>", '\x45'}, {"<VAR>", '\x01'}, {"<VAL>", '\x02'},
+                                                  {"<TO>", '\x03'},   {"<TC>", '\x04'}};
     for (const auto& [name, byte] : names)
         text.replace(name, QByteArray(1, byte));
     return text;
@@ -22,7 +23,8 @@ struct Recorder {
     TelnetParser parser;
     QStringList events;
 
-    Recorder() {
+    Recorder()
+    {
         const auto tagged = [this](const QString& tag) {
             return [this, tag](auto value) {
                 events << tag + QVariant(value).toString();
@@ -38,7 +40,8 @@ struct Recorder {
     }
 };
 
-QStringList parsed(const QByteArray& bytes) {
+QStringList parsed(const QByteArray& bytes)
+{
     Recorder r;
     r.parser.parse(bytes);
     return r.events;
@@ -55,17 +58,17 @@ private slots:
     void capsSubnegotiationPayload();
 };
 
-void tst_TelnetParser::sampleStreamGivesSameCallbacksHoweverSplit() {
+void tst_TelnetParser::sampleStreamGivesSameCallbacksHoweverSplit()
+{
     // Text with escaped 255, offers whose option byte shows as text, a swallowed
     // GA, MSDP with a nested table and payload quirks, a dropped TERMINAL-TYPE
     // SEND, a stray SE, then NUL and a high byte.
-    const QByteArray stream =
-        wire("hi<IAC><IAC><IAC><WILL><MSDP><IAC><DO>\x18<IAC><GA>x"
-             "<IAC><SB><MSDP><VAR>HEALTH<VAL>100<VAR>ROOM<VAL><TO><VAR>VNUM<VAL>10"
-             "<VAR>NAME<VAL>Inn<TC><IAC><SE><IAC><SB>\x18<VAR><IAC><SE><IAC><SE>"
-             "<IAC><SB><MSDP><VAR>A<VAL>x<IAC><IAC>y<VAL>z<IAC>B<VAR>K<VAL>=<VAL>C"
-             "<VAR>EMPTY<VAL><VAR><VAL>nameless<IAC><SE>") +
-        QByteArray("\0\xE9", 2);
+    const QByteArray stream = wire("hi<IAC><IAC><IAC><WILL><MSDP><IAC><DO>\x18<IAC><GA>x"
+                                   "<IAC><SB><MSDP><VAR>HEALTH<VAL>100<VAR>ROOM<VAL><TO><VAR>VNUM<VAL>10"
+                                   "<VAR>NAME<VAL>Inn<TC><IAC><SE><IAC><SB>\x18<VAR><IAC><SE><IAC><SE>"
+                                   "<IAC><SB><MSDP><VAR>A<VAL>x<IAC><IAC>y<VAL>z<IAC>B<VAR>K<VAL>=<VAL>C"
+                                   "<VAR>EMPTY<VAL><VAR><VAL>nameless<IAC><SE>") +
+                              QByteArray("\0\xE9", 2);
     const QStringList expected =
         QString("h|i|ÿ|E|\x18|x|msdp:HEALTH=100|msdp:ROOM=\x03|msdp:VNUM=10|msdp:NAME=Inn\x04|"
                 "msdp:A=xÿyzB|msdp:K==C")
@@ -85,14 +88,16 @@ void tst_TelnetParser::sampleStreamGivesSameCallbacksHoweverSplit() {
     }
 }
 
-void tst_TelnetParser::buildsWireSequences() {
+void tst_TelnetParser::buildsWireSequences()
+{
     QCOMPARE(TelnetParser::buildDontCommand(0x118), QByteArray("\xFF\xFE\x18"));
     QCOMPARE(TelnetParser::buildSubnegotiation(69, TelnetParser::buildMsdpVariable("LIST", "☺")),
              wire("<IAC><SB><MSDP><VAR>LIST<VAL>\xE2\x98\xBA<IAC><SE>"));
     QCOMPARE(TelnetParser::buildSubnegotiation(24, "\xFF"), QByteArray("\xFF\xFA\x18\xFF\xFF\xF0"));
 }
 
-void tst_TelnetParser::capsSubnegotiationPayload() {
+void tst_TelnetParser::capsSubnegotiationPayload()
+{
     const qsizetype cap = TelnetParser::kSubnegotiationCap;
     Recorder r;
     r.parser.parse(wire("<IAC><SB><MSDP><VAR>X<VAL>"));

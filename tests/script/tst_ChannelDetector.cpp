@@ -1,7 +1,7 @@
+#include <QtTest>
+
 #include "script/ChannelDetector.h"
 #include "support/TestEnvironment.h"
-
-#include <QtTest>
 
 class tst_ChannelDetector : public QObject {
     Q_OBJECT
@@ -14,13 +14,15 @@ private slots:
 
 namespace {
 
-void row(const char* name, const QString& line, const QString& channel) {
+void row(const char* name, const QString& line, const QString& channel)
+{
     QTest::newRow(name) << line << channel;
 }
 
 } // namespace
 
-void tst_ChannelDetector::detectChannel_data() {
+void tst_ChannelDetector::detectChannel_data()
+{
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("channel");
 
@@ -38,21 +40,23 @@ void tst_ChannelDetector::detectChannel_data() {
     row("empty line", "", "");
 }
 
-void tst_ChannelDetector::detectChannel() {
+void tst_ChannelDetector::detectChannel()
+{
     QFETCH(QString, line);
     QFETCH(QString, channel);
     QCOMPARE(ChannelDetector().detectChannel(line), channel);
 }
 
-void tst_ChannelDetector::defaultChannelsAreTheShortList() {
+void tst_ChannelDetector::defaultChannelsAreTheShortList()
+{
     const QList<CustomChannel> defaults = ChannelDetector::getDefaultChannels();
     QStringList rows;
     for (const CustomChannel& channel : defaults)
         rows << channel.name + (channel.enabled ? " " : " off ") + channel.pattern;
-    QCOMPARE(rows, QStringList({"OOC \\[OOC\\]", "Chat \\[CHAT\\]", "Quest \\[QUEST\\]",
-                                "Announce \\[ANNOUNCE\\]", "Broadcast \\(broadcast\\)",
-                                "Combat You hit|You dodge", "Emote ^\\s*\\*\\s+",
-                                "Tell tells you:", "System Connection|Disconnection"}));
+    QCOMPARE(rows,
+             QStringList({"OOC \\[OOC\\]", "Chat \\[CHAT\\]", "Quest \\[QUEST\\]", "Announce \\[ANNOUNCE\\]",
+                          "Broadcast \\(broadcast\\)", "Combat You hit|You dodge", "Emote ^\\s*\\*\\s+",
+                          "Tell tells you:", "System Connection|Disconnection"}));
 }
 
 OLVEX_TEST_MAIN(tst_ChannelDetector, QCoreApplication)

@@ -1,7 +1,7 @@
+#include <QtTest>
+
 #include "script/CommandProcessor.h"
 #include "support/TestEnvironment.h"
-
-#include <QtTest>
 
 class tst_CommandProcessor : public QObject {
     Q_OBJECT
@@ -15,14 +15,16 @@ namespace {
 
 // variables: "name=value" pairs joined by ","; checked: one "name=value" to
 // read back afterwards.
-void row(const char* name, const QString& variables, const QString& line,
-         const QStringList& expected, const QString& checked = {}) {
+void row(const char* name, const QString& variables, const QString& line, const QStringList& expected,
+         const QString& checked = {})
+{
     QTest::newRow(name) << variables << line << expected << checked;
 }
 
 } // namespace
 
-void tst_CommandProcessor::processCommand_data() {
+void tst_CommandProcessor::processCommand_data()
+{
     QTest::addColumn<QString>("variables");
     QTest::addColumn<QString>("line");
     QTest::addColumn<QStringList>("expected");
@@ -32,8 +34,7 @@ void tst_CommandProcessor::processCommand_data() {
     row("repeat of a trimmed line", "", "  #2 north  ", {"north", "north"});
     row("repeat zero times", "", "#0 north", none);
     row("repeat count that does not fit is zero", "", "#4294967296 north", none);
-    row("repeated text is not parsed", "", "#3 #var x 1", {"#var x 1", "#var x 1", "#var x 1"},
-        "x=");
+    row("repeated text is not parsed", "", "#3 #var x 1", {"#var x 1", "#var x 1", "#var x 1"}, "x=");
     row("repeated text is not substituted", "t=orc", "#2 kill $t", {"kill $t", "kill $t"});
     row("bare count is sent as text", "", "#3", {"#3"});
     row("var keeps blanks at value start", "", "#var target  orc", none, "target= orc");
@@ -61,7 +62,8 @@ void tst_CommandProcessor::processCommand_data() {
     row("unknown hash word is substituted", "t=orc", "#foo $t", {"#foo orc"});
 }
 
-void tst_CommandProcessor::processCommand() {
+void tst_CommandProcessor::processCommand()
+{
     QFETCH(QString, variables);
     QFETCH(QString, line);
     QFETCH(QStringList, expected);

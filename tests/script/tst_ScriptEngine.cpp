@@ -1,14 +1,14 @@
-#include "script/ScriptEngine.h"
-#include "support/TestEnvironment.h"
-
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "script/ScriptEngine.h"
+#include "support/TestEnvironment.h"
+
 namespace {
 
-Trigger makeTrigger(const QString& name, const QString& pattern, const QString& commands,
-                    bool regex = false) {
+Trigger makeTrigger(const QString& name, const QString& pattern, const QString& commands, bool regex = false)
+{
     Trigger trigger;
     trigger.name = name;
     trigger.pattern = pattern;
@@ -17,7 +17,8 @@ Trigger makeTrigger(const QString& name, const QString& pattern, const QString& 
     return trigger;
 }
 
-QStringList sentCommands(const QSignalSpy& spy) {
+QStringList sentCommands(const QSignalSpy& spy)
+{
     QStringList sent;
     for (const QList<QVariant>& arguments : spy)
         sent << arguments.at(0).toString();
@@ -25,7 +26,8 @@ QStringList sentCommands(const QSignalSpy& spy) {
 }
 
 // An engine whose script directory holds one module "m" with the given source.
-void loadModule(ScriptEngine& engine, const QTemporaryDir& dir, const QByteArray& source) {
+void loadModule(ScriptEngine& engine, const QTemporaryDir& dir, const QByteArray& source)
+{
     QFile file(dir.filePath("m.lua"));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(source) == source.size());
     file.close();
@@ -45,12 +47,12 @@ private slots:
     void timers();
 };
 
-void tst_ScriptEngine::aliasesAndKeyBindings() {
+void tst_ScriptEngine::aliasesAndKeyBindings()
+{
     ScriptEngine engine(nullptr);
     QSignalSpy announced(&engine, &ScriptEngine::keyBindingsChanged);
     Scripts scripts;
-    scripts.aliases = {{"off", "k", "flee", "", false},
-                       {"kill", "k", "kill orc;get all", "", true}};
+    scripts.aliases = {{"off", "k", "flee", "", false}, {"kill", "k", "kill orc;get all", "", true}};
     scripts.keyBindings = {{"off", "F1", "west", "", false},
                            {"n", "F1", "north;#2 look", "", true},
                            {"again", "F1", "south", "", true}};
@@ -66,12 +68,13 @@ void tst_ScriptEngine::aliasesAndKeyBindings() {
     engine.processInput(" #var x 1 ");
     engine.triggerKeyBinding("F1");
     engine.triggerKeyBinding("f1");
-    QCOMPARE(sentCommands(sent), QStringList({"kill orc", "get all", "k orc", "north;south",
-                                              " #var x 1 ", "north", "look", "look"}));
+    QCOMPARE(sentCommands(sent), QStringList({"kill orc", "get all", "k orc", "north;south", " #var x 1 ",
+                                              "north", "look", "look"}));
     QCOMPARE(engine.getVariable("x"), QString());
 }
 
-void tst_ScriptEngine::firstMatchingTriggerFires() {
+void tst_ScriptEngine::firstMatchingTriggerFires()
+{
     ScriptEngine engine(nullptr);
     Trigger highlighted = makeTrigger("hit", "You hit (\\w+) for (\\d+)", "say $0|$1|$2", true);
     highlighted.highlight = true;
@@ -107,7 +110,8 @@ void tst_ScriptEngine::firstMatchingTriggerFires() {
     QCOMPARE(fired.at(2).at(0).toString(), QString("all"));
 }
 
-void tst_ScriptEngine::commandBlocksAndLuaCalls() {
+void tst_ScriptEngine::commandBlocksAndLuaCalls()
+{
     QTemporaryDir dir;
     ScriptEngine engine(nullptr);
     engine.setLuaTimeLimitMs(50);
@@ -156,7 +160,8 @@ void tst_ScriptEngine::commandBlocksAndLuaCalls() {
     QVERIFY(!engine.getLuaFunctions().contains("store"));
 }
 
-void tst_ScriptEngine::timers() {
+void tst_ScriptEngine::timers()
+{
     ScriptEngine engine(nullptr);
     Scripts scripts;
     scripts.timers = {{"tick", 10, "repeat", "tick", "", true},

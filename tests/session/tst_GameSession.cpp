@@ -92,7 +92,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
                                  "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\n", "the end\n"}));
     QCOMPARE(prompts.count(), 1);
     QCOMPARE(prompts.at(0).at(0).toString(), "> ");
-    QCOMPARE(channels.count(), 3);  // chat, and both combat lines as they were shown
+    QCOMPARE(channels.count(), 3); // chat, and both combat lines as they were shown
     QCOMPARE(channels.at(0), QList<QVariant>({"Chat", "[CHAT] Bob: hi"}));
     QCOMPARE(channels.at(1).at(1).toString(), "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m");
     QCOMPARE(msdpSpy.count(), 1);
@@ -121,8 +121,7 @@ void tst_GameSession::assemblesLinesFromPieces()
 
     // A highlight is used once: the same text on the next line stays plain.
     session.onScriptLineHighlight("plain", "#00ff00");
-    QCOMPARE(session.processMudText("plain\nplain\n"),
-             QString("\x1b[38;2;0;255;0mplain\x1b[0m\nplain\n"));
+    QCOMPARE(session.processMudText("plain\nplain\n"), QString("\x1b[38;2;0;255;0mplain\x1b[0m\nplain\n"));
 }
 
 void tst_GameSession::boundsAnEndlessLine()
@@ -132,7 +131,7 @@ void tst_GameSession::boundsAnEndlessLine()
     QString out;
     for (int i = 0; i < cap + 10; ++i)
         out += session.processMudText(QString(QLatin1Char('a' + i % 26)));
-    QCOMPARE(out.size(), cap + 1);  // the first 64 KiB went out as a line of its own
+    QCOMPARE(out.size(), cap + 1); // the first 64 KiB went out as a line of its own
     QVERIFY(out.endsWith('\n'));
     QCOMPARE(session.processMudText("\n").size(), 11);
 
@@ -150,7 +149,7 @@ void tst_GameSession::featureDefaultsFollowTheHost()
         QCOMPARE(Storage::instance()->getEnabledFeatures(home), QList<int>({0, 1, 2, 6, 3, 4, 8, 9, 10}));
         session.setFeatureEnabled(GameFeature::ComboCounter, false);
     }
-    GameSession again(home, nullptr);  // once stored, the list is used as it is
+    GameSession again(home, nullptr); // once stored, the list is used as it is
     QVERIFY(!again.isFeatureEnabled(GameFeature::ComboCounter));
 
     GameSession other(Character{"F", "", "mud.elsewhere.org", 4000, ""}, nullptr);

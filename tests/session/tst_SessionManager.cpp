@@ -40,12 +40,12 @@ void tst_SessionManager::oneSessionPerCharacterUpToSixteen()
     QPointer<GameSession> watched(second);
     manager->closeSession(second);
     QCOMPARE(closed.count(), 1);
-    QVERIFY(watched);  // still valid until the event loop runs
+    QVERIFY(watched); // still valid until the event loop runs
     QTRY_VERIFY(!watched);
     QVERIFY(manager->createSession(Character{"Seventeenth", "", "h", 1, ""}));
 
     GameSession stranger(Character{"X", "", "h", 1, ""}, nullptr);
-    manager->closeSession(&stranger);  // not managed: nothing happens
+    manager->closeSession(&stranger); // not managed: nothing happens
     QCOMPARE(closed.count(), 1);
 
     for (GameSession* s : manager->getAllSessions())

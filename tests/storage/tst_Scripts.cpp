@@ -64,8 +64,8 @@ void tst_Scripts::missingAndWrongTypedKeysGiveDefaults()
     QVERIFY(LuaModule::fromJson({{"enabled", "no"}}).enabled);
 
     // Missing or non-array collections are empty lists; unknown keys are ignored.
-    const Scripts s = Scripts::fromJson({{"aliases", "oops"}, {"extra", 1},
-                                         {"triggers", QJsonArray{QJsonObject{}, 3}}});
+    const Scripts s =
+        Scripts::fromJson({{"aliases", "oops"}, {"extra", 1}, {"triggers", QJsonArray{QJsonObject{}, 3}}});
     QVERIFY(s.aliases.isEmpty());
     QCOMPARE(s.triggers.size(), 2);
     QCOMPARE(s.triggers[1].highlightColor, QString("#FFFF00"));
@@ -73,20 +73,18 @@ void tst_Scripts::missingAndWrongTypedKeysGiveDefaults()
 
 void tst_Scripts::writesExactKeys()
 {
-    QCOMPARE(Scripts().toJson().keys(),
-             QStringList({"aliases", "keyBindings", "luaModules", "quickActions", "timers",
-                          "triggers", "variables"}));
+    QCOMPARE(Scripts().toJson().keys(), QStringList({"aliases", "keyBindings", "luaModules", "quickActions",
+                                                     "timers", "triggers", "variables"}));
     QCOMPARE(Trigger().toJson().keys(),
-             QStringList({"commands", "enabled", "group", "highlight", "highlightColor",
-                          "highlightFullLine", "name", "pattern", "regex"}));
+             QStringList({"commands", "enabled", "group", "highlight", "highlightColor", "highlightFullLine",
+                          "name", "pattern", "regex"}));
     QCOMPARE(Timer().toJson().keys(),
              QStringList({"commands", "enabled", "group", "intervalMs", "name", "type"}));
     QCOMPARE(QuickAction().toJson().keys(), QStringList({"command", "enabled", "label"}));
     QCOMPARE(KeyBinding().toJson().keys(),
              QStringList({"commands", "enabled", "group", "keySequence", "name"}));
     QCOMPARE(LuaModule().toJson().keys(), QStringList({"enabled", "loadOrder", "name"}));
-    QCOMPARE(Character().toJson().keys(),
-             QStringList({"host", "mudName", "name", "password", "port"}));
+    QCOMPARE(Character().toJson().keys(), QStringList({"host", "mudName", "name", "password", "port"}));
     const Character c{"a", "", "h", 23, ""};
     QVERIFY(c.toJson().value("port").isDouble());
 }

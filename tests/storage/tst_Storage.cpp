@@ -109,7 +109,7 @@ void tst_Storage::perCharacterKeysFollowNameHostAndPort()
     moved.port = 4001;
     QVERIFY(storage->getScripts(moved).variables.isEmpty());
     QVERIFY(storage->getEnabledFeatures(moved).isEmpty());
-    QCOMPARE(storage->getScripts(hero), scripts);  // the old key stays behind
+    QCOMPARE(storage->getScripts(hero), scripts); // the old key stays behind
     QVERIFY(storage->getScriptDir(moved).endsWith("/.olvex/scripts/Hero_mud.example_4001"));
 }
 
@@ -118,7 +118,7 @@ void tst_Storage::mainModuleCreatedOnceNeverOverwritten()
     Storage* storage = Storage::instance();
     const Character hero{"Hero", "", "mud.example", 4000, ""};
     const QString mainLua = storage->getScriptDir(hero) + "/main.lua";
-    QVERIFY(!QDir(storage->getScriptDir(hero)).exists());  // getScriptDir does not create
+    QVERIFY(!QDir(storage->getScriptDir(hero)).exists()); // getScriptDir does not create
 
     storage->ensureScriptDir(hero);
     QCOMPARE(readFile(mainLua), QByteArray("-- Olvex Lua Script Module\n"
@@ -142,8 +142,8 @@ void tst_Storage::corruptFileIsKeptAsideAndReplaced()
         storage->load();
         QVERIFY(storage->getCharacters().isEmpty());
 
-        const QStringList kept = QDir(QFileInfo(path).absolutePath())
-                                     .entryList({"settings.json.bad-*"}, QDir::Files);
+        const QStringList kept =
+            QDir(QFileInfo(path).absolutePath()).entryList({"settings.json.bad-*"}, QDir::Files);
         QVERIFY(!kept.isEmpty());
         QCOMPARE(readFile(QFileInfo(path).absolutePath() + "/" + kept.last()), bad);
         for (const QString& k : kept)
@@ -173,8 +173,8 @@ void tst_Storage::failedSaveLeavesOldFileIntact()
     setrlimit(RLIMIT_FSIZE, &saved);
 
     QCOMPARE(readFile(storage->getStoragePath()), before);
-    const QStringList leftovers = QDir(QFileInfo(storage->getStoragePath()).absolutePath())
-                                      .entryList(QDir::Files);
+    const QStringList leftovers =
+        QDir(QFileInfo(storage->getStoragePath()).absolutePath()).entryList(QDir::Files);
     QCOMPARE(leftovers, QStringList({"settings.json"}));
 }
 

@@ -23,12 +23,12 @@ private:
 
 // QTEST_MAIN with an isolated data directory. AppClass is QCoreApplication,
 // QGuiApplication or QApplication.
-#define OLVEX_TEST_MAIN(TestObject, AppClass)                                                      \
-    int main(int argc, char** argv)                                                                \
-    {                                                                                              \
-        TestEnvironment environment;                                                               \
-        AppClass app(argc, argv);                                                                  \
-        TestObject tc;                                                                             \
-        QTEST_SET_MAIN_SOURCE_PATH                                                                 \
-        return QTest::qExec(&tc, argc, argv);                                                      \
+#define OLVEX_TEST_MAIN(TestObject, AppClass)                                                                \
+    int main(int argc, char** argv)                                                                          \
+    {                                                                                                        \
+        TestEnvironment environment;                                                                         \
+        AppClass app(argc, argv);                                                                            \
+        TestObject tc;                                                                                       \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                           \
+        return QTest::qExec(&tc, argc, argv);                                                                \
     }

@@ -1,12 +1,13 @@
-#include "support/TestEnvironment.h"
-#include "terminal/AnsiParser.h"
-
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QtTest>
 
+#include "support/TestEnvironment.h"
+#include "terminal/AnsiParser.h"
+
 namespace {
-QString joinedText(const QList<AnsiParser::FormatRun>& runs) {
+QString joinedText(const QList<AnsiParser::FormatRun>& runs)
+{
     QString text;
     for (const auto& run : runs)
         text += run.text;
@@ -25,7 +26,8 @@ private slots:
     void hostileInputIsHandled();
 };
 
-void tst_AnsiParser::sgrSetsColoursAndAttributes_data() {
+void tst_AnsiParser::sgrSetsColoursAndAttributes_data()
+{
     QTest::addColumn<QString>("input");
     QTest::addColumn<QColor>("foreground");
     QTest::addColumn<QColor>("background");
@@ -35,8 +37,7 @@ void tst_AnsiParser::sgrSetsColoursAndAttributes_data() {
     QTest::newRow("plain") << "X" << white << black << "";
     QTest::newRow("pure red") << "\033[31mX" << QColor(255, 0, 0) << black << "";
     QTest::newRow("bold brightens") << "\033[1;31mX" << QColor(255, 85, 85) << black << "b";
-    QTest::newRow("39 keeps bright")
-        << "\033[31;1m\033[39mX" << QColor(255, 85, 85) << black << "b";
+    QTest::newRow("39 keeps bright") << "\033[31;1m\033[39mX" << QColor(255, 85, 85) << black << "b";
     QTest::newRow("94 keeps bright") << "\033[31;94;1mX" << QColor(255, 85, 85) << black << "b";
     QTest::newRow("256 no brighten") << "\033[1;38;5;1mX" << QColor(170, 0, 0) << black << "b";
     QTest::newRow("256 clears basic") << "\033[31;38;5;2;1mX" << QColor(0, 170, 0) << black << "b";
@@ -54,18 +55,17 @@ void tst_AnsiParser::sgrSetsColoursAndAttributes_data() {
     QTest::newRow("22 clears italic") << "\033[1;3;4m\033[22mX" << white << black << "u";
     QTest::newRow("ignored codes") << "\033[2;5;7;8;9;53;108mX" << white << black << "";
     QTest::newRow("49") << "\033[44;49mX" << white << black << "";
-    QTest::newRow("light") << "\033[91;103mX" << QColor(255, 128, 128) << QColor(255, 255, 128)
-                           << "";
+    QTest::newRow("light") << "\033[91;103mX" << QColor(255, 128, 128) << QColor(255, 255, 128) << "";
     QTest::newRow("semicolons only") << "\033[31m\033[;mX" << QColor(255, 0, 0) << black << "";
     QTest::newRow("empty resets") << "\033[1;31;44m\033[mX" << white << black << "";
     QTest::newRow("leading zeros") << "\033[00031mX" << QColor(255, 0, 0) << black << "";
     // 2^32 + 31 must be dropped, not wrapped round to 31.
     QTest::newRow("over 32 bits") << "\033[4294967327mX" << white << black << "";
-    QTest::newRow("over 32 bits kept rest")
-        << "\033[99999999999;32mX" << QColor(0, 255, 0) << black << "";
+    QTest::newRow("over 32 bits kept rest") << "\033[99999999999;32mX" << QColor(0, 255, 0) << black << "";
 }
 
-void tst_AnsiParser::sgrSetsColoursAndAttributes() {
+void tst_AnsiParser::sgrSetsColoursAndAttributes()
+{
     QFETCH(QString, input);
     QFETCH(QColor, foreground);
     QFETCH(QColor, background);
@@ -83,7 +83,8 @@ void tst_AnsiParser::sgrSetsColoursAndAttributes() {
     QCOMPARE(format.underlineStyle() == QTextCharFormat::SingleUnderline, attributes.contains('u'));
 }
 
-void tst_AnsiParser::stateCarriesOverAndSplitsRuns() {
+void tst_AnsiParser::stateCarriesOverAndSplitsRuns()
+{
     AnsiParser parser;
     auto runs = parser.parse("a\033[32mb\033[1m\033[4mc\033[0m");
     QCOMPARE(runs.size(), 3);
@@ -102,7 +103,8 @@ void tst_AnsiParser::stateCarriesOverAndSplitsRuns() {
     QVERIFY(parser.parse("").isEmpty());
 }
 
-void tst_AnsiParser::stripsOtherControlSequences() {
+void tst_AnsiParser::stripsOtherControlSequences()
+{
     // Erase and private modes go; a lone ESC, an unfinished sequence at the end
     // and one cut short by the next ESC stay; removal is one pass, so a removed
     // sequence can join the text around it into an SGR.
@@ -133,7 +135,8 @@ void tst_AnsiParser::stripsOtherControlSequences() {
     }
 }
 
-void tst_AnsiParser::hostileInputIsHandled() {
+void tst_AnsiParser::hostileInputIsHandled()
+{
     AnsiParser parser;
     const QString digits(200000, '9');
     QCOMPARE(joinedText(parser.parse("\033[" + digits + ";31mX")), QString("X"));

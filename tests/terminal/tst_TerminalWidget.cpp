@@ -1,11 +1,11 @@
-#include "support/TestEnvironment.h"
-#include "terminal/TerminalWidget.h"
-
 #include <QApplication>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTextBlock>
 #include <QtTest>
+
+#include "support/TestEnvironment.h"
+#include "terminal/TerminalWidget.h"
 
 class tst_TerminalWidget : public QObject {
     Q_OBJECT
@@ -21,7 +21,8 @@ private slots:
     void fontSizeStaysWithinBounds();
 };
 
-void tst_TerminalWidget::appendsLinesAndCarriesColours() {
+void tst_TerminalWidget::appendsLinesAndCarriesColours()
+{
     TerminalWidget terminal;
     terminal.appendAnsiText("");
     QVERIFY(terminal.document()->isEmpty()); // not even a line break
@@ -42,7 +43,8 @@ void tst_TerminalWidget::appendsLinesAndCarriesColours() {
     QCOMPARE(terminal.document()->maximumBlockCount(), 5000);
 }
 
-void tst_TerminalWidget::followsTailUnlessScrolledUp_data() {
+void tst_TerminalWidget::followsTailUnlessScrolledUp_data()
+{
     QTest::addColumn<int>("linesUp");
     QTest::addColumn<bool>("follows");
     QTest::newRow("at bottom") << 0 << true;
@@ -51,7 +53,8 @@ void tst_TerminalWidget::followsTailUnlessScrolledUp_data() {
     QTest::newRow("far up") << 100 << false;
 }
 
-void tst_TerminalWidget::followsTailUnlessScrolledUp() {
+void tst_TerminalWidget::followsTailUnlessScrolledUp()
+{
     QFETCH(int, linesUp);
     QFETCH(bool, follows);
     TerminalWidget terminal;
@@ -78,7 +81,8 @@ void tst_TerminalWidget::followsTailUnlessScrolledUp() {
     QCOMPARE(terminal.isAtLiveTail(), follows);
 }
 
-void tst_TerminalWidget::scrollbackBoundsLongLinesToo() {
+void tst_TerminalWidget::scrollbackBoundsLongLinesToo()
+{
     TerminalWidget terminal;
     terminal.setScrollbackLines(0); // ignored
     terminal.setScrollbackLines(10);
@@ -93,13 +97,15 @@ void tst_TerminalWidget::scrollbackBoundsLongLinesToo() {
     QVERIFY(terminal.toPlainText().endsWith("789end\nx\ny\nz\n"));
 }
 
-void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog_data() {
+void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog_data()
+{
     QTest::addColumn<bool>("timestamps");
     QTest::newRow("plain") << false;
     QTest::newRow("timestamps") << true;
 }
 
-void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog() {
+void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog()
+{
     QFETCH(bool, timestamps);
     QTemporaryDir dir;
     const QString path = dir.filePath("session.log");
@@ -127,8 +133,7 @@ void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog() {
     // Held texts reach the log and the screen only now, stamped with the replay time.
     QString log = readLog();
     QString shown = terminal.toPlainText();
-    const QRegularExpression stamp("^\\[\\d\\d:\\d\\d:\\d\\d\\] ",
-                                   QRegularExpression::MultilineOption);
+    const QRegularExpression stamp("^\\[\\d\\d:\\d\\d:\\d\\d\\] ", QRegularExpression::MultilineOption);
     QCOMPARE(log.count(stamp), timestamps ? 4 : 0);
     QCOMPARE(shown.count(stamp), timestamps ? 4 : 0);
     QCOMPARE(log.remove(stamp), QString("\033[31mfirst\nsecond\n\n\nthird\n"));
@@ -139,7 +144,8 @@ void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog() {
     QVERIFY(!terminal.getLogging());
 }
 
-void tst_TerminalWidget::findStepsAndHighlightsAll() {
+void tst_TerminalWidget::findStepsAndHighlightsAll()
+{
     TerminalWidget terminal;
     for (const char* line : {"apple", "banana", "apple pie", "APPLE"})
         terminal.appendAnsiText(line);
@@ -171,7 +177,8 @@ void tst_TerminalWidget::findStepsAndHighlightsAll() {
     QCOMPARE(terminal.extraSelections().size(), 6);
 }
 
-void tst_TerminalWidget::fontSizeStaysWithinBounds() {
+void tst_TerminalWidget::fontSizeStaysWithinBounds()
+{
     TerminalWidget terminal;
     QVERIFY(terminal.getFontFamily().isEmpty());
     terminal.appendAnsiText("a");

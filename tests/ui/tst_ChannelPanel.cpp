@@ -1,10 +1,10 @@
-#include "support/TestEnvironment.h"
-#include "ui/ChannelPanel.h"
-
 #include <QListWidget>
 #include <QScrollBar>
 #include <QTabWidget>
 #include <QtTest>
+
+#include "support/TestEnvironment.h"
+#include "ui/ChannelPanel.h"
 
 class tst_ChannelPanel : public QObject {
     Q_OBJECT
@@ -17,11 +17,13 @@ private slots:
 
 namespace {
 
-QTabWidget* tabsOf(ChannelPanel& panel) {
+QTabWidget* tabsOf(ChannelPanel& panel)
+{
     return panel.findChild<QTabWidget*>();
 }
 
-QListWidget* listOf(ChannelPanel& panel, const QString& channel) {
+QListWidget* listOf(ChannelPanel& panel, const QString& channel)
+{
     QTabWidget* tabs = tabsOf(panel);
     for (int i = 0; i < tabs->count(); ++i) {
         if (tabs->tabText(i) == channel)
@@ -30,7 +32,8 @@ QListWidget* listOf(ChannelPanel& panel, const QString& channel) {
     return nullptr;
 }
 
-QStringList tabNames(ChannelPanel& panel) {
+QStringList tabNames(ChannelPanel& panel)
+{
     QStringList names;
     for (int i = 0; i < tabsOf(panel)->count(); ++i)
         names << tabsOf(panel)->tabText(i);
@@ -39,7 +42,8 @@ QStringList tabNames(ChannelPanel& panel) {
 
 } // namespace
 
-void tst_ChannelPanel::channelsAreCreatedOnceByExactName() {
+void tst_ChannelPanel::channelsAreCreatedOnceByExactName()
+{
     ChannelPanel panel;
     tabsOf(panel)->setCurrentIndex(2);
     const QStringList standard = {"OOC",    "Chat",  "Quest", "Announce", "Broadcast",
@@ -71,7 +75,8 @@ void tst_ChannelPanel::channelsAreCreatedOnceByExactName() {
     QCOMPARE(tabsOf(panel)->currentIndex(), 2);
 }
 
-void tst_ChannelPanel::keepsOnlyNewestLinesPerChannel() {
+void tst_ChannelPanel::keepsOnlyNewestLinesPerChannel()
+{
     ChannelPanel panel;
     for (int i = 1; i <= ChannelPanel::kMaxLinesPerChannel; ++i)
         panel.addMessage("OOC", QString("line %1").arg(i));
@@ -89,7 +94,8 @@ void tst_ChannelPanel::keepsOnlyNewestLinesPerChannel() {
     QCOMPARE(listOf(panel, "Tell")->count(), 1);
 }
 
-void tst_ChannelPanel::followsNewestOnlyAtBottom() {
+void tst_ChannelPanel::followsNewestOnlyAtBottom()
+{
     ChannelPanel panel;
     panel.resize(320, 240);
     panel.show();

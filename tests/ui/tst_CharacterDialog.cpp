@@ -1,8 +1,8 @@
-#include "support/TestEnvironment.h"
-#include "ui/CharacterDialog.h"
-
 #include <QLineEdit>
 #include <QtTest>
+
+#include "support/TestEnvironment.h"
+#include "ui/CharacterDialog.h"
 
 class tst_CharacterDialog : public QObject {
     Q_OBJECT
@@ -15,13 +15,15 @@ private slots:
 
 namespace {
 
-QLineEdit* field(CharacterDialog& dialog, int index) {
+QLineEdit* field(CharacterDialog& dialog, int index)
+{
     return dialog.findChildren<QLineEdit*>().value(index);
 }
 
 } // namespace
 
-void tst_CharacterDialog::roundTripKeepsFieldsAsTyped() {
+void tst_CharacterDialog::roundTripKeepsFieldsAsTyped()
+{
     const Character character{" Goku ", "p@ss word", "mud.example.org", 8500, "Olvex"};
 
     CharacterDialog dialog;
@@ -35,7 +37,8 @@ void tst_CharacterDialog::roundTripKeepsFieldsAsTyped() {
     QCOMPARE(field(dialog, 4)->echoMode(), QLineEdit::Password);
 }
 
-void tst_CharacterDialog::portTextIsReadAsDecimal_data() {
+void tst_CharacterDialog::portTextIsReadAsDecimal_data()
+{
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("port");
     QTest::newRow("number") << "4000" << 4000;
@@ -46,7 +49,8 @@ void tst_CharacterDialog::portTextIsReadAsDecimal_data() {
     QTest::newRow("beyond int") << "99999999999" << 0;
 }
 
-void tst_CharacterDialog::portTextIsReadAsDecimal() {
+void tst_CharacterDialog::portTextIsReadAsDecimal()
+{
     QFETCH(QString, text);
     QFETCH(int, port);
     CharacterDialog dialog;

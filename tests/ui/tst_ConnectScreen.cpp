@@ -1,12 +1,12 @@
-#include "storage/Storage.h"
-#include "support/TestEnvironment.h"
-#include "ui/ConnectScreen.h"
-
 #include <QDir>
 #include <QFileInfo>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QtTest>
+
+#include "storage/Storage.h"
+#include "support/TestEnvironment.h"
+#include "ui/ConnectScreen.h"
 
 class tst_ConnectScreen : public QObject {
     Q_OBJECT
@@ -21,7 +21,8 @@ private slots:
 
 namespace {
 
-Character makeCharacter(const QString& name, const QString& host, int port) {
+Character makeCharacter(const QString& name, const QString& host, int port)
+{
     return {name, "secret-" + name, host, port, "Mud of " + name};
 }
 
@@ -33,17 +34,20 @@ const QList<Character> kStored = {
     makeCharacter("Vegeta", "alpha.example", 8501),
 };
 
-QTreeWidget* treeOf(ConnectScreen& screen) {
+QTreeWidget* treeOf(ConnectScreen& screen)
+{
     return screen.findChild<QTreeWidget*>();
 }
 
-QTreeWidgetItem* rowOf(ConnectScreen& screen, const QString& name) {
+QTreeWidgetItem* rowOf(ConnectScreen& screen, const QString& name)
+{
     return treeOf(screen)->findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
 }
 
 // Every request the screen makes, as "kind" and the character it carries.
 struct Requests {
-    explicit Requests(ConnectScreen& screen) {
+    explicit Requests(ConnectScreen& screen)
+    {
         auto record = [this](const char* kind) {
             return [this, kind](const Character& c) {
                 log.append(qMakePair(QString(kind), c));
@@ -58,7 +62,8 @@ struct Requests {
     QList<QPair<QString, Character>> log;
 };
 
-void pressAllButtons(ConnectScreen& screen) {
+void pressAllButtons(ConnectScreen& screen)
+{
     for (const char* text : {"✎ Edit", "⊘ Delete", "⚡ CONNECT", "+ Add New"}) {
         for (QPushButton* button : screen.findChildren<QPushButton*>()) {
             if (button->text() == text)
@@ -73,14 +78,16 @@ void pressAllButtons(ConnectScreen& screen) {
 
 } // namespace
 
-void tst_ConnectScreen::init() {
+void tst_ConnectScreen::init()
+{
     Storage* storage = Storage::instance();
     QDir(QFileInfo(storage->getStoragePath()).absolutePath()).removeRecursively();
     storage->load();
     storage->setCharacters(kStored);
 }
 
-void tst_ConnectScreen::groupsByHostInStoredOrder() {
+void tst_ConnectScreen::groupsByHostInStoredOrder()
+{
     ConnectScreen screen;
     QTreeWidget* tree = treeOf(screen);
     QCOMPARE(tree->columnCount(), 2);
@@ -101,7 +108,8 @@ void tst_ConnectScreen::groupsByHostInStoredOrder() {
     QCOMPARE(zeta->child(1)->text(0), "Krillin");
 }
 
-void tst_ConnectScreen::buttonsAskOnlyForACharacterRow() {
+void tst_ConnectScreen::buttonsAskOnlyForACharacterRow()
+{
     ConnectScreen screen;
     Requests requests(screen);
     treeOf(screen)->setCurrentItem(rowOf(screen, "Vegeta"));
@@ -125,7 +133,8 @@ void tst_ConnectScreen::buttonsAskOnlyForACharacterRow() {
     QCOMPARE(requests.log, onlyAdds);
 }
 
-void tst_ConnectScreen::preselectsTheLastPlayedCharacter() {
+void tst_ConnectScreen::preselectsTheLastPlayedCharacter()
+{
     Storage::instance()->setActiveCharacterIndex(2);
     ConnectScreen screen;
     QCOMPARE(treeOf(screen)->currentItem(), rowOf(screen, "Krillin"));
@@ -142,7 +151,8 @@ void tst_ConnectScreen::preselectsTheLastPlayedCharacter() {
     QCOMPARE(treeOf(screen)->currentItem(), nullptr);
 }
 
-void tst_ConnectScreen::keyboardWorksWithoutTheMouse() {
+void tst_ConnectScreen::keyboardWorksWithoutTheMouse()
+{
     Storage::instance()->setActiveCharacterIndex(3);
     ConnectScreen screen;
     screen.show();

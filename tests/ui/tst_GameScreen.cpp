@@ -73,7 +73,7 @@ void tst_GameScreen::historyIsKeptPerCharacter()
         QLineEdit* input = commandInput(screen);
         QVERIFY(input);
 
-        press(input, Qt::Key_Up);  // empty history: nothing happens
+        press(input, Qt::Key_Up); // empty history: nothing happens
         QCOMPARE(input->text(), QString());
 
         for (const char* command : {"look", "look", "north", ""}) {
@@ -86,7 +86,7 @@ void tst_GameScreen::historyIsKeptPerCharacter()
         press(input, Qt::Key_Up);
         press(input, Qt::Key_Up);
         QCOMPARE(input->text(), "look");
-        press(input, Qt::Key_Up);  // already at the oldest
+        press(input, Qt::Key_Up); // already at the oldest
         QCOMPARE(input->text(), "look");
         press(input, Qt::Key_Down);
         QCOMPARE(input->text(), "north");

@@ -83,7 +83,7 @@ void tst_ScriptEditor::showsFiltersAndShortens()
 
     auto* filter = tableOf(editor, "Aliases")->parentWidget()->findChild<QComboBox*>();
     QCOMPARE(filter->itemText(0), "All");
-    QCOMPARE(filter->count(), 3);  // All, combat, misc (sorted)
+    QCOMPARE(filter->count(), 3); // All, combat, misc (sorted)
     QCOMPARE(filter->itemText(2), "misc");
     filter->setCurrentText("combat");
     QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a"}));
@@ -106,7 +106,7 @@ void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
     QSignalSpy changed(&editor, &ScriptEditor::scriptsChanged);
     QTableWidget* aliases = tableOf(editor, "Aliases");
 
-    editor.onAliasEdit();  // nothing selected: nothing happens
+    editor.onAliasEdit(); // nothing selected: nothing happens
     editor.onAliasDelete();
     QCOMPARE(changed.count(), 0);
 

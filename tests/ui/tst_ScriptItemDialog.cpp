@@ -1,17 +1,18 @@
-#include "support/TestEnvironment.h"
-#include "ui/ScriptItemDialog.h"
-
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QtTest>
 
+#include "support/TestEnvironment.h"
+#include "ui/ScriptItemDialog.h"
+
 namespace {
 
 // The labels of the rows the dialog would show, in form order. It is never
 // shown offscreen, so visibility is taken relative to the dialog.
-QStringList visibleRows(const ScriptItemDialog& dialog) {
+QStringList visibleRows(const ScriptItemDialog& dialog)
+{
     QStringList rows;
     for (QLabel* label : dialog.findChildren<QLabel*>())
         if (label->isVisibleTo(&dialog))
@@ -19,7 +20,8 @@ QStringList visibleRows(const ScriptItemDialog& dialog) {
     return rows;
 }
 
-template <typename Field> Field* field(const ScriptItemDialog& dialog, const QString& label) {
+template <typename Field> Field* field(const ScriptItemDialog& dialog, const QString& label)
+{
     for (QLabel* l : dialog.findChildren<QLabel*>())
         if (l->text() == label)
             return qobject_cast<Field*>(l->buddy());
@@ -39,7 +41,8 @@ private slots:
     void recordsKeepTheirFields();
 };
 
-void tst_ScriptItemDialog::showsRowsOfItsKind_data() {
+void tst_ScriptItemDialog::showsRowsOfItsKind_data()
+{
     QTest::addColumn<int>("kind");
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("rows");
@@ -55,7 +58,8 @@ void tst_ScriptItemDialog::showsRowsOfItsKind_data() {
                                  << "Key Sequence:,Commands:";
 }
 
-void tst_ScriptItemDialog::showsRowsOfItsKind() {
+void tst_ScriptItemDialog::showsRowsOfItsKind()
+{
     QFETCH(int, kind);
     QFETCH(QString, title);
     QFETCH(QString, rows);
@@ -73,7 +77,8 @@ void tst_ScriptItemDialog::showsRowsOfItsKind() {
     }
 }
 
-void tst_ScriptItemDialog::luaCommandsRoundTrip_data() {
+void tst_ScriptItemDialog::luaCommandsRoundTrip_data()
+{
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("function");
     QTest::addColumn<QString>("arg");
@@ -96,7 +101,8 @@ void tst_ScriptItemDialog::luaCommandsRoundTrip_data() {
                                   << "kill orc;get all";
 }
 
-void tst_ScriptItemDialog::luaCommandsRoundTrip() {
+void tst_ScriptItemDialog::luaCommandsRoundTrip()
+{
     QFETCH(QString, stored);
     QFETCH(QString, function);
     QFETCH(QString, arg);
@@ -110,7 +116,8 @@ void tst_ScriptItemDialog::luaCommandsRoundTrip() {
     QCOMPARE(dialog.getTimer().commands, saved);
 }
 
-void tst_ScriptItemDialog::recordsKeepTheirFields() {
+void tst_ScriptItemDialog::recordsKeepTheirFields()
+{
     ScriptItemDialog aliasDialog(ScriptItemDialog::AliasKind);
     field<QComboBox>(aliasDialog, "Command Mode:")->setCurrentIndex(1);
     field<QLineEdit>(aliasDialog, "Alias Text:")->setText("hi");
@@ -122,15 +129,13 @@ void tst_ScriptItemDialog::recordsKeepTheirFields() {
     ScriptItemDialog triggerDialog(ScriptItemDialog::TriggerKind);
     triggerDialog.setTrigger(trigger);
     QCOMPARE(triggerDialog.getTrigger(), trigger); // highlight settings survive the form
-    QCOMPARE(ScriptItemDialog(ScriptItemDialog::TriggerKind).getTrigger().highlightColor,
-             QString("#FFFF00"));
+    QCOMPARE(ScriptItemDialog(ScriptItemDialog::TriggerKind).getTrigger().highlightColor, QString("#FFFF00"));
 
     for (const QString type : {"once", "repeat"}) {
         const Timer timer{"tick", 2500, type, "lua:tick", "g", false};
         ScriptItemDialog timerDialog(ScriptItemDialog::TimerKind);
         timerDialog.setTimer(timer);
-        QCOMPARE(field<QComboBox>(timerDialog, "Type:")->currentText(),
-                 type == "once" ? "Once" : "Repeat");
+        QCOMPARE(field<QComboBox>(timerDialog, "Type:")->currentText(), type == "once" ? "Once" : "Repeat");
         QCOMPARE(timerDialog.getTimer(), timer);
     }
 }

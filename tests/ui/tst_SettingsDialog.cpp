@@ -1,6 +1,3 @@
-#include "support/TestEnvironment.h"
-#include "ui/SettingsDialog.h"
-
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -8,6 +5,9 @@
 #include <QSignalSpy>
 #include <QSlider>
 #include <QtTest>
+
+#include "support/TestEnvironment.h"
+#include "ui/SettingsDialog.h"
 
 class tst_SettingsDialog : public QObject {
     Q_OBJECT
@@ -19,11 +19,13 @@ private slots:
 
 namespace {
 
-QPushButton* button(SettingsDialog& dialog, QDialogButtonBox::StandardButton which) {
+QPushButton* button(SettingsDialog& dialog, QDialogButtonBox::StandardButton which)
+{
     return dialog.findChild<QDialogButtonBox*>()->button(which);
 }
 
-QLabel* valueLabel(SettingsDialog& dialog) {
+QLabel* valueLabel(SettingsDialog& dialog)
+{
     for (QLabel* label : dialog.findChildren<QLabel*>()) {
         if (label->text().endsWith("pt"))
             return label;
@@ -33,7 +35,8 @@ QLabel* valueLabel(SettingsDialog& dialog) {
 
 } // namespace
 
-void tst_SettingsDialog::fontSizeIsReportedWhileOpen() {
+void tst_SettingsDialog::fontSizeIsReportedWhileOpen()
+{
     SettingsDialog dialog;
     auto* slider = dialog.findChild<QSlider*>();
     QCOMPARE(slider->minimum(), 6);
@@ -51,7 +54,8 @@ void tst_SettingsDialog::fontSizeIsReportedWhileOpen() {
     QCOMPARE(dialog.getFontSize(), 24);
 }
 
-void tst_SettingsDialog::okReportsOptionsInOrderCancelReportsNone() {
+void tst_SettingsDialog::okReportsOptionsInOrderCancelReportsNone()
+{
     QStringList events;
     auto record = [&events](SettingsDialog& dialog) {
         connect(&dialog, &SettingsDialog::echoInputChanged, &dialog,

@@ -1,3 +1,6 @@
+#include <QRegularExpression>
+#include <QtTest>
+
 #include "support/TestEnvironment.h"
 #include "ui/ChannelPanel.h"
 #include "ui/ConnectScreen.h"
@@ -6,9 +9,6 @@
 #include "ui/SettingsDialog.h"
 #include "ui/Theme.h"
 #include "ui/VitalsWidget.h"
-
-#include <QRegularExpression>
-#include <QtTest>
 
 // A style sheet that Qt cannot parse is dropped whole with a warning, and a
 // placeholder left unfilled silently loses its rule: both leave the client
@@ -20,7 +20,8 @@ private slots:
     void sheetsAreFilledAndParse();
 };
 
-void tst_Theme::sheetsAreFilledAndParse() {
+void tst_Theme::sheetsAreFilledAndParse()
+{
     const QRegularExpression placeholder("@\\w+@");
     for (const QString& sheet :
          {Theme::applicationStyleSheet(), Theme::tabPaneStyleSheet(), Theme::panelStyleSheet()}) {

@@ -1,13 +1,13 @@
-#include "support/TestEnvironment.h"
-#include "ui/OpponentWidget.h"
-#include "ui/Theme.h"
-#include "ui/VitalsWidget.h"
-
 #include <QLabel>
 #include <QProgressBar>
 #include <QtTest>
 
 #include <limits>
+
+#include "support/TestEnvironment.h"
+#include "ui/OpponentWidget.h"
+#include "ui/Theme.h"
+#include "ui/VitalsWidget.h"
 
 // The vitals and the opponent panel share the percentage rule, so both are
 // checked here.
@@ -24,21 +24,23 @@ namespace {
 
 enum Row { PowerLevel, Ki, Fatigue };
 using Update = void (VitalsWidget::*)(qint64, qint64);
-const Update kUpdates[] = {&VitalsWidget::updatePL, &VitalsWidget::updateKi,
-                           &VitalsWidget::updateFatigue};
+const Update kUpdates[] = {&VitalsWidget::updatePL, &VitalsWidget::updateKi, &VitalsWidget::updateFatigue};
 
-QProgressBar* barOf(VitalsWidget& widget, Row row) {
+QProgressBar* barOf(VitalsWidget& widget, Row row)
+{
     const QLatin1String names[] = {Theme::kPowerLevelBar, Theme::kKiBar, Theme::kFatigueBar};
     return widget.findChild<QProgressBar*>(names[row]);
 }
 
-QLabel* captionOf(VitalsWidget& widget, Row row) {
+QLabel* captionOf(VitalsWidget& widget, Row row)
+{
     return widget.findChildren<QLabel*>().value(row);
 }
 
 } // namespace
 
-void tst_VitalsWidget::vitalRowRules_data() {
+void tst_VitalsWidget::vitalRowRules_data()
+{
     QTest::addColumn<int>("row");
     QTest::addColumn<qint64>("current");
     QTest::addColumn<qint64>("max");
@@ -46,12 +48,9 @@ void tst_VitalsWidget::vitalRowRules_data() {
     QTest::addColumn<QString>("caption");
 
     const qint64 big = 3'000'000'000'000'000'000;
-    QTest::newRow("zero max changes nothing")
-        << int(PowerLevel) << qint64(50) << qint64(0) << 0 << "PL:";
-    QTest::newRow("over max is a full bar")
-        << int(Ki) << qint64(150) << qint64(100) << 100 << "Ki: 150/100";
-    QTest::newRow("share is truncated")
-        << int(Fatigue) << qint64(1) << qint64(3) << 33 << "Fatigue: 1/3";
+    QTest::newRow("zero max changes nothing") << int(PowerLevel) << qint64(50) << qint64(0) << 0 << "PL:";
+    QTest::newRow("over max is a full bar") << int(Ki) << qint64(150) << qint64(100) << 100 << "Ki: 150/100";
+    QTest::newRow("share is truncated") << int(Fatigue) << qint64(1) << qint64(3) << 33 << "Fatigue: 1/3";
     QTest::newRow("just under max is not rounded up")
         << int(PowerLevel) << qint64(899) << qint64(900) << 99 << "PL: 899/900";
     QTest::newRow("huge values do not overflow")
@@ -63,7 +62,8 @@ void tst_VitalsWidget::vitalRowRules_data() {
         << QString("PL: %1/7").arg(std::numeric_limits<qint64>::min());
 }
 
-void tst_VitalsWidget::vitalRowRules() {
+void tst_VitalsWidget::vitalRowRules()
+{
     QFETCH(int, row);
     QFETCH(qint64, current);
     QFETCH(qint64, max);
@@ -79,7 +79,8 @@ void tst_VitalsWidget::vitalRowRules() {
     QCOMPARE(captionOf(widget, Row(row))->text(), caption);
 }
 
-void tst_VitalsWidget::opponentKeepsHealthWithoutMaximum() {
+void tst_VitalsWidget::opponentKeepsHealthWithoutMaximum()
+{
     OpponentWidget widget;
     const QList<QLabel*> labels = widget.findChildren<QLabel*>();
     QCOMPARE(labels.size(), 2);
