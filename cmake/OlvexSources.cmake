@@ -51,7 +51,10 @@ function(olvex_add_tests)
     if(folder STREQUAL "tools")
       # The demo server's own classes; it shares no code with the client.
       target_link_libraries(${name} PRIVATE olvexdemo Qt6::Test)
-    elseif(class IN_LIST OLVEX_WIDGET_CLASSES OR folder IN_LIST OLVEX_UI_FOLDERS OR folder STREQUAL "e2e")
+    elseif(folder STREQUAL "e2e")
+      # The whole client playing against the demo server in one process.
+      target_link_libraries(${name} PRIVATE olvexui olvexdemo Qt6::Test)
+    elseif(class IN_LIST OLVEX_WIDGET_CLASSES OR folder IN_LIST OLVEX_UI_FOLDERS)
       target_link_libraries(${name} PRIVATE olvexui Qt6::Test)
     else()
       target_link_libraries(${name} PRIVATE olvexcore Qt6::Test)
