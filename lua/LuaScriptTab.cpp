@@ -47,6 +47,9 @@ void LuaScriptTab::createUI()
     const auto addListButton = [&](const QString& text, const QString& tip, void (LuaScriptTab::*slot)()) {
         auto* button = new QPushButton(text, left);
         button->setMaximumWidth(30);
+        button->setMinimumWidth(28);
+        // The theme's roomy button padding would leave no space for the symbol.
+        button->setStyleSheet(QStringLiteral("QPushButton { padding: 4px 0px; }"));
         button->setToolTip(tip);
         listButtons->addWidget(button);
         connect(button, &QPushButton::clicked, this, slot);

@@ -209,7 +209,11 @@ ScriptEditor::Page ScriptEditor::addRecordPage(const QString& title, const QStri
 
     page.table = new QTableWidget(0, headers.size(), widget);
     page.table->setHorizontalHeaderLabels(headers);
-    page.table->horizontalHeader()->setStretchLastSection(true);
+    // The text column (alias, pattern, value, command) gets the spare width.
+    QHeaderView* header = page.table->horizontalHeader();
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(1, QHeaderView::Stretch);
+    header->setMinimumSectionSize(80);
     page.table->verticalHeader()->hide();
     page.table->setSelectionBehavior(QAbstractItemView::SelectRows);
     page.table->setSelectionMode(QAbstractItemView::SingleSelection);
