@@ -1,5 +1,7 @@
 # make run   installs what is missing, builds and starts the client
 # make test  installs what is missing, builds and runs every test
+# make bench builds Release (build-release), compares the client with TinTin++
+#            and writes docs/performance.md
 BUILD_DIR ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -23,3 +25,7 @@ test: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+.PHONY: bench
+bench: deps
+	@bench/run-comparison.sh

@@ -34,14 +34,25 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# The actions TinTin++ checks against every line. The 100 that never fire
-# look like ordinary player triggers: half anchored with wildcards, half
-# plain phrases searched for anywhere in the line.
+# The actions TinTin++ checks against every line: the hundred idle triggers
+# the Olvex benchmarks give the client (bench/BenchSupport.h, idleTriggers),
+# written as TinTin++ patterns, and one on the sentinel that answers the
+# server. Half are anchored patterns with wildcards, half plain phrases
+# searched for anywhere in the line; none matches the flood.
 write_actions() {
-  local i
-  for ((i = 1; i <= 50; i++)); do
-    echo "#action {^Wanderer$i %w says '%*'} {#nop}"
-    echo "#action {the sky turns plaid $i times} {#nop}"
+  local creatures=(dragon lich wyvern basilisk hydra minotaur banshee wraith chimera cyclops)
+  local regex=('^The %s %%w you %%d times' '^%%w tells you: the %s is at %%w$'
+               'You receive %%d gold from the %s' '^%%w gossips: %%* %s %%*$'
+               '^A %s arrives from the %%w.$')
+  local plain=('The %s flees in terror' 'You feel the %s watching you' 'A %s roars'
+               'The %s is DEAD' 'You smell a %s')
+  local i creature
+  for ((i = 0; i < 50; i++)); do
+    creature=${creatures[i / 5]}
+    # shellcheck disable=SC2059 # the templates are the formats
+    printf "#action {${regex[i % 5]}} {#nop}\n" "$creature"
+    # shellcheck disable=SC2059
+    printf "#action {${plain[i % 5]}} {#nop}\n" "$creature"
   done
   echo "#action {BENCH-SENTINEL-END} {#send {BENCH-ACK}}"
 }
