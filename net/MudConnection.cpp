@@ -125,6 +125,9 @@ void MudConnection::setTerminalType(const QString& type)
 
 void MudConnection::onConnected()
 {
+    // A command (or a trigger's answer) should leave at once, not wait for
+    // the previous segment's acknowledgement.
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     keepaliveTimer->start();
     emit connected();
     // No window size ever follows the NAWS offer; servers fall back to their

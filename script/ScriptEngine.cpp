@@ -68,6 +68,38 @@ void ScriptEngine::prepareTriggers()
         }
         m_preparedTriggers.push_back(std::move(prepared));
     }
+    prepareCombinedRegex();
+}
+
+namespace {
+
+// Patterns that refer to groups by number or to themselves would change
+// meaning inside a larger alternation; they are always matched on their own.
+bool canShareAlternation(const QString& pattern)
+{
+    static const QRegularExpression groupReference(
+        QStringLiteral(R"(\[1-9gkK]|\(\?(P[=>]|&|R|\(|[+-]?\d))"));
+    return !groupReference.match(pattern).hasMatch();
+}
+
+} // namespace
+
+void ScriptEngine::prepareCombinedRegex()
+{
+    QStringList alternatives;
+    for (PreparedTrigger& prepared : m_preparedTriggers) {
+        prepared.inCombinedRegex = prepared.regex && canShareAlternation(prepared.expression.pattern());
+        if (prepared.inCombinedRegex)
+            alternatives << QStringLiteral("(?:") + prepared.expression.pattern() + QLatin1Char(')');
+    }
+    m_combinedRegex.setPattern(alternatives.join(QLatin1Char('|')));
+    m_useCombinedRegex = alternatives.size() > 1 && m_combinedRegex.isValid();
+    if (m_useCombinedRegex) {
+        m_combinedRegex.optimize();
+    } else {
+        for (PreparedTrigger& prepared : m_preparedTriggers)
+            prepared.inCombinedRegex = false;
+    }
 }
 
 void ScriptEngine::processInput(const QString& input)
@@ -92,10 +124,21 @@ void ScriptEngine::processGameText(const QString& text)
 
 void ScriptEngine::checkTriggers(const QString& line)
 {
+    // Lines from the connection are always valid UTF-16; skipping the check
+    // saves a scan of the line for every pattern.
+    const QRegularExpression::MatchOptions options = line.isValidUtf16()
+        ? QRegularExpression::DontCheckSubjectStringMatchOption
+        : QRegularExpression::NoMatchOption;
+    const bool combinedMissed = m_useCombinedRegex
+        && !m_combinedRegex.match(line, 0, QRegularExpression::NormalMatch, options).hasMatch();
+
     for (const PreparedTrigger& prepared : m_preparedTriggers) {
         QStringList matches;
         if (prepared.regex) {
-            const QRegularExpressionMatch match = prepared.expression.match(line);
+            if (combinedMissed && prepared.inCombinedRegex)
+                continue;
+            const QRegularExpressionMatch match =
+                prepared.expression.match(line, 0, QRegularExpression::NormalMatch, options);
             if (!match.hasMatch())
                 continue;
             matches = match.capturedTexts();

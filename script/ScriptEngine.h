@@ -77,16 +77,23 @@ private:
         qsizetype index = 0;
         bool regex = false;
         bool matchesEverything = false;
+        bool inCombinedRegex = false;
         QStringMatcher plain;
         QRegularExpression expression;
     };
 
     void prepareTriggers();
+    void prepareCombinedRegex();
     void setupLuaCallbacks();
     void runLuaCall(const QString& call, const QString& matchText);
 
     Scripts m_scripts;
     std::vector<PreparedTrigger> m_preparedTriggers;
+    // One alternation of every regex trigger that can safely share it (see
+    // prepareTriggers): when it fails on a line, none of those triggers can
+    // match, and the line costs one search instead of one per trigger.
+    QRegularExpression m_combinedRegex;
+    bool m_useCombinedRegex = false;
     QMap<QString, QTimer*> m_timers;
     MsdpLookup m_msdpCallback;
     CommandProcessor m_processor;

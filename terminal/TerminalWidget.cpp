@@ -114,6 +114,9 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     viewport()->setPalette(colors);
     viewport()->setAutoFillBackground(true);
     setStyleSheet(QString::fromLatin1(kStyleSheet));
+    // The view paints every pixel itself; without this each new line would
+    // also repaint that area in every parent widget.
+    viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 
     connect(document(), &QTextDocument::contentsChanged, this, &TerminalWidget::onContentsChanged);
 }
