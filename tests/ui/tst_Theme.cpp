@@ -10,42 +10,36 @@
 #include "ui/Theme.h"
 #include "ui/VitalsWidget.h"
 
-// A style sheet that Qt cannot parse is dropped whole with a warning, and a
-// placeholder left unfilled silently loses its rule: both leave the client
+// A style sheet that Qt cannot parse is dropped whole with only a warning, and
+// a placeholder left unfilled silently loses its rule: both leave the client
 // unstyled without failing anything else.
 class tst_Theme : public QObject {
     Q_OBJECT
 
 private slots:
-    void sheetsAreFilledAndParse();
-};
+    void sheetsAreFilledAndParse()
+    {
+        for (const QString& sheet :
+             {Theme::applicationStyleSheet(), Theme::tabPaneStyleSheet(), Theme::panelStyleSheet()})
+            QVERIFY2(!sheet.contains(QRegularExpression("@\\w+@")), qPrintable(sheet));
 
-void tst_Theme::sheetsAreFilledAndParse()
-{
-    const QRegularExpression placeholder("@\\w+@");
-    for (const QString& sheet :
-         {Theme::applicationStyleSheet(), Theme::tabPaneStyleSheet(), Theme::panelStyleSheet()}) {
-        QVERIFY2(!placeholder.match(sheet).hasMatch(), qPrintable(sheet));
-        QCOMPARE(sheet.count('{'), sheet.count('}'));
+        QTest::failOnWarning(QRegularExpression("(?i)stylesheet|style sheet|parse"));
+        qApp->setStyleSheet(Theme::applicationStyleSheet());
+        QWidget window;
+        window.setStyleSheet(Theme::tabPaneStyleSheet());
+        new ConnectScreen(&window);
+        new ChannelPanel(&window);
+        new VitalsWidget(&window);
+        new OpponentWidget(&window);
+        SettingsDialog settings(&window);
+        HelpDialog help(&window);
+        window.show();
+        settings.show();
+        help.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCoreApplication::processEvents();
     }
-    QCOMPARE(Theme::panelStyleSheet(), "background-color: #1a1a1a; color: #ffffff;");
-
-    QTest::failOnWarning(QRegularExpression("(?i)stylesheet|style sheet|parse"));
-    qApp->setStyleSheet(Theme::applicationStyleSheet());
-    QWidget window;
-    window.setStyleSheet(Theme::tabPaneStyleSheet());
-    new ConnectScreen(&window);
-    new ChannelPanel(&window);
-    new VitalsWidget(&window);
-    new OpponentWidget(&window);
-    SettingsDialog settings(&window);
-    HelpDialog help(&window);
-    window.show();
-    settings.show();
-    help.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCoreApplication::processEvents();
-}
+};
 
 OLVEX_TEST_MAIN(tst_Theme, QApplication)
 #include "tst_Theme.moc"
