@@ -81,8 +81,7 @@ private slots:
     void init();
     void newModuleFollowsNameRules_data();
     void newModuleFollowsNameRules();
-    void switchingSavesAndReloadUsesCache();
-    void deleteAndMoveKeepTextWithItsModule();
+    void textStaysWithItsModule();
     void packagesImportNewModulesOnly();
 
 private:
@@ -137,8 +136,9 @@ void tst_LuaScriptTab::newModuleFollowsNameRules()
     QCOMPARE(tab->list()->currentRow(), 3);
 }
 
-void tst_LuaScriptTab::switchingSavesAndReloadUsesCache()
+void tst_LuaScriptTab::textStaysWithItsModule()
 {
+    // Switching saves the module left, without asking.
     tab->list()->setCurrentRow(0);
     tab->editor()->setPlainText("-- a edited\n");
     QCOMPARE(tab->status(), QString("* a (unsaved)"));
@@ -147,7 +147,7 @@ void tst_LuaScriptTab::switchingSavesAndReloadUsesCache()
     QCOMPARE(tab->asked, {});
     QCOMPARE(tab->status(), QString("b"));
 
-    // Reload restores what the tab last read, not what changed on disk since.
+    // Reload asks, then restores what the tab last read, not what changed on disk since.
     writeFile(file("b"), "-- changed elsewhere\n");
     tab->editor()->setPlainText("-- b draft\n");
     tab->click("Reload");
@@ -156,27 +156,20 @@ void tst_LuaScriptTab::switchingSavesAndReloadUsesCache()
     tab->answers = {"yes"};
     tab->click("Reload");
     QCOMPARE(tab->editor()->toPlainText(), QString("-- b\n"));
-    QCOMPARE(tab->status(), QString("b"));
 
-    tab->editor()->setPlainText("-- b saved\n");
-    tab->click("Save");
-    QCOMPARE(readFile(file("b")), QByteArray("-- b saved\n"));
-}
-
-void tst_LuaScriptTab::deleteAndMoveKeepTextWithItsModule()
-{
+    // Moving keeps the unsaved text with its module.
     QSignalSpy changed(tab.get(), &LuaScriptTab::modulesChanged);
-    tab->list()->setCurrentRow(1);
     tab->editor()->setPlainText("-- b edited\n");
     tab->click(QString(QChar(0x2191)));
+    tab->click(QString(QChar(0x2191))); // already first
     QCOMPARE(tab->getModules(), (QList<LuaModule>{{"b", false, 1}, {"a", true, 0}, {"c", true, 2}}));
     QCOMPARE(tab->list()->item(0)->text(), QString("* b"));
-    tab->click(QString(QChar(0x2191))); // already first
     QCOMPARE(changed.count(), 1);
     tab->list()->setCurrentRow(2);
     QCOMPARE(readFile(file("b")), QByteArray("-- b edited\n"));
-    QCOMPARE(readFile(file("a")), QByteArray("-- a\n"));
 
+    // Delete asks first and takes the file with it.
+    tab->asked.clear();
     tab->editor()->setPlainText("-- unsaved c\n");
     tab->click("-");
     QCOMPARE(tab->asked, QStringList{"Delete Module|Delete module 'c'?"});
@@ -187,9 +180,11 @@ void tst_LuaScriptTab::deleteAndMoveKeepTextWithItsModule()
     QCOMPARE(changed.count(), 2);
     QCOMPARE(tab->list()->count(), 2);
     QCOMPARE(tab->status(), QString("No module selected"));
-    tab->list()->setCurrentRow(0);
+
     tab->list()->setCurrentRow(1);
-    QCOMPARE(readFile(file("b")), QByteArray("-- b edited\n"));
+    tab->editor()->setPlainText("-- a saved\n");
+    tab->click("Save");
+    QCOMPARE(readFile(file("a")), QByteArray("-- a saved\n"));
 }
 
 void tst_LuaScriptTab::packagesImportNewModulesOnly()

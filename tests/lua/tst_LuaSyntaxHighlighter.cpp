@@ -63,7 +63,6 @@ void tst_LuaSyntaxHighlighter::coloursPieces_data()
         int line;
         const char *piece, *expected;
     } rows[] = {
-        {"keyword", trailing, 0, "local", "#0000ff bold"},
         {"keyword inside comment", trailing, 0, "-- end", "#808080 italic"},
         {"code before unclosed long comment", opened, 0, "x = 1 ", "none"},
         {"unclosed long comment", opened, 0, "--[[", "#808080 italic"},
@@ -78,7 +77,6 @@ void tst_LuaSyntaxHighlighter::coloursPieces_data()
         {"exponent number", numbers, 0, "1e10", "#ffa500"},
         {"digit inside a name", numbers, 0, "+ x1", "none"},
         {"code after long comment", block, 2, "return", "#0000ff bold"},
-        {"closed comment on one line", twoComments, 0, "--[[ c ]]", "#808080 italic"},
         {"keyword after both comments", twoComments, 0, "if", "#0000ff bold"},
     };
     for (const auto& row : rows)

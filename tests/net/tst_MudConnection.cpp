@@ -119,18 +119,13 @@ void tst_MudConnection::refusedPortReportsTheSocketError()
         QVERIFY(probe.listen(QHostAddress::LocalHost));
         closedPort = probe.serverPort();
     }
-    QTcpSocket reference;
-    QSignalSpy referenceError(&reference, &QTcpSocket::errorOccurred);
-    reference.connectToHost("127.0.0.1", closedPort);
-    QTRY_COMPARE(referenceError.size(), 1);
-
     QTest::failOnWarning(QRegularExpression("."));
     MudConnection connection;
     QSignalSpy error(&connection, &MudConnection::error);
     connection.sendCommand("lost"); // no link yet: dropped quietly
     connection.connectToServer("127.0.0.1", closedPort);
     QTRY_COMPARE(error.size(), 1);
-    QCOMPARE(error.at(0).at(0).toString(), reference.errorString());
+    QCOMPARE(error.at(0).at(0).toString(), "Connection refused"); // the socket's own words
     QVERIFY(!connection.isConnected());
 }
 

@@ -7,32 +7,12 @@
 
 namespace {
 
-Trigger makeTrigger(const QString& name, const QString& pattern, const QString& commands, bool regex = false)
-{
-    Trigger trigger;
-    trigger.name = name;
-    trigger.pattern = pattern;
-    trigger.commands = commands;
-    trigger.regex = regex;
-    return trigger;
-}
-
 QStringList sentCommands(const QSignalSpy& spy)
 {
     QStringList sent;
     for (const QList<QVariant>& arguments : spy)
         sent << arguments.at(0).toString();
     return sent;
-}
-
-// An engine whose script directory holds one module "m" with the given source.
-void loadModule(ScriptEngine& engine, const QTemporaryDir& dir, const QByteArray& source)
-{
-    QFile file(dir.filePath("m.lua"));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(source) == source.size());
-    file.close();
-    engine.setScriptDir(dir.path());
-    QVERIFY2(engine.loadLuaModule("m"), qPrintable(engine.getLuaLastError()));
 }
 
 } // namespace
@@ -76,19 +56,15 @@ void tst_ScriptEngine::aliasesAndKeyBindings()
 void tst_ScriptEngine::firstMatchingTriggerFires()
 {
     ScriptEngine engine(nullptr);
-    Trigger highlighted = makeTrigger("hit", "You hit (\\w+) for (\\d+)", "say $0|$1|$2", true);
-    highlighted.highlight = true;
-    highlighted.highlightColor = "#FF0000";
-    Trigger disabled = makeTrigger("off", "hungry", "never");
-    disabled.enabled = false;
     Scripts scripts;
-    scripts.triggers = {disabled,
-                        makeTrigger("broken", "([", "never", true),
-                        makeTrigger("case", "Hungry", "never", true),
-                        makeTrigger("plain", "HUNGRY", "eat"),
-                        makeTrigger("second", "hungry", "never"),
-                        highlighted,
-                        makeTrigger("all", "", "seen")};
+    // Fields: name, pattern, commands, group, regex, enabled, highlight, colour.
+    scripts.triggers = {{"off", "hungry", "never", "", false, false},
+                        {"broken", "([", "never", "", true},
+                        {"case", "Hungry", "never", "", true},
+                        {"plain", "HUNGRY", "eat", ""},
+                        {"second", "hungry", "never", ""},
+                        {"hit", "You hit (\\w+) for (\\d+)", "say $0|$1|$2", "", true, true, true, "#FF0000"},
+                        {"all", "", "seen", ""}};
     engine.setScripts(scripts);
     QSignalSpy sent(&engine, &ScriptEngine::commandToSend);
     QSignalSpy fired(&engine, &ScriptEngine::triggerFired);
@@ -113,18 +89,22 @@ void tst_ScriptEngine::firstMatchingTriggerFires()
 void tst_ScriptEngine::commandBlocksAndLuaCalls()
 {
     QTemporaryDir dir;
+    QFile module(dir.filePath("m.lua"));
+    QVERIFY(module.open(QIODevice::WriteOnly));
+    module.write("function onHit(a) send('hit:' .. tostring(a) .. ':' .. matches[1]) end\n"
+                 "function fail() error('bad') end\n"
+                 "function stuck() while true do end end\n"
+                 "function store(v) setVariable('target', v) send('#' .. getMsdp('ROOM')) end");
+    module.close();
     ScriptEngine engine(nullptr);
     engine.setLuaTimeLimitMs(50);
-    loadModule(engine, dir,
-               "function onHit(a) send('hit:' .. tostring(a) .. ':' .. matches[1]) end\n"
-               "function fail() error('bad') end\n"
-               "function stuck() while true do end end\n"
-               "function store(v) setVariable('target', v) send('#' .. getMsdp('ROOM')) end");
+    engine.setScriptDir(dir.path());
+    QVERIFY2(engine.loadLuaModule("m"), qPrintable(engine.getLuaLastError()));
     Scripts scripts;
-    scripts.triggers = {makeTrigger("t", "You hit (\\w+)",
-                                    "lua:onHit;;  ; lua:onHit(big) ;lua:on-hit;lua:missing;"
-                                    "lua:fail;lua:stuck;#var seen $1;after $1",
-                                    true)};
+    scripts.triggers = {
+        {"t", "You hit (\\w+)",
+         "lua:onHit;;  ; lua:onHit(big) ;lua:on-hit;lua:missing;lua:fail;lua:stuck;#var seen $1;after $1", "",
+         true}};
     scripts.aliases = {{"a", "mark", "lua:store(orc)", "", true}};
     engine.setScripts(scripts);
     QSignalSpy sent(&engine, &ScriptEngine::commandToSend);

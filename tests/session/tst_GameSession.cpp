@@ -45,67 +45,41 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost));
     const Character hero{"Hero", "", "127.0.0.1", server.serverPort(), ""};
-
     Scripts scripts;
-    Trigger hit;
-    hit.name = "hit";
-    hit.pattern = "you hit";
-    hit.commands = "say got $0";
-    hit.highlight = true;
-    hit.highlightColor = "red";
-    Trigger health;
-    health.name = "low";
-    health.pattern = "^HEALTH=(\\d)$";
-    health.regex = true;
-    health.commands = "quaff $1";
-    scripts.triggers = {hit, health};
-    scripts.aliases = {{"kill", "k", "kill orc;get all", "", true}};
+    // MSDP updates reach the triggers as "NAME=value" lines.
+    scripts.triggers = {{"hit", "you hit", "say got $0", "", false, true, true, "red"},
+                        {"low", "^HEALTH=(\\d)$", "quaff $1", "", true}};
     Storage::instance()->setScripts(hero, scripts);
 
     GameSession session(hero, nullptr);
     QSignalSpy lines(&session, &GameSession::textReceived);
     QSignalSpy prompts(&session, &GameSession::promptReceived);
     QSignalSpy channels(&session, &GameSession::channelMessage);
-    QSignalSpy msdpSpy(&session, &GameSession::msdpUpdated);
-    QSignalSpy connectedSpy(&session, &GameSession::connected);
-
     session.connect();
     QVERIFY(server.waitForNewConnection(5000));
     QTcpSocket* peer = server.nextPendingConnection();
-    QVERIFY(connectedSpy.wait(5000) || connectedSpy.count() == 1);
-
-    peer->write("\x1b[1;32mWelcome\x1b[0m\r\n");
-    peer->write("> ");
-    peer->write("\n[CHAT] Bob: hi\n");
-    peer->write(msdp("HEALTH", "5"));
-    peer->write("You hit the orc.\nYou hit the orc.\nthe end\n");
-    peer->flush();
-
+    peer->write("\x1b[1;32mWelcome\x1b[0m\r\n> \n[CHAT] Bob: hi\n" + msdp("HEALTH", "5") +
+                "You hit the orc.\nthe end\n");
     QTRY_VERIFY_WITH_TIMEOUT(lines.count() > 0 && lines.last().at(0).toString() == "the end\n", 5000);
+
     QStringList shown;
     for (const QList<QVariant>& args : lines) {
         if (!args.at(0).toString().isEmpty())
             shown << args.at(0).toString();
     }
+    const QString highlighted = "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m";
     QCOMPARE(shown, QStringList({"\x1b[1;32mWelcome\x1b[0m\r\n", "> \n", "[CHAT] Bob: hi\n",
-                                 "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\n",
-                                 "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\n", "the end\n"}));
-    QCOMPARE(prompts.count(), 1);
-    QCOMPARE(prompts.at(0).at(0).toString(), "> ");
-    QCOMPARE(channels.count(), 3); // chat, and both combat lines as they were shown
-    QCOMPARE(channels.at(0), QList<QVariant>({"Chat", "[CHAT] Bob: hi"}));
-    QCOMPARE(channels.at(1).at(1).toString(), "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m");
-    QCOMPARE(msdpSpy.count(), 1);
+                                 highlighted + "\n", "the end\n"}));
+    QCOMPARE(prompts, QList<QVariantList>({{"> "}}));
+    // Channels get lines as they were shown, highlight included.
+    QCOMPARE(channels, QList<QVariantList>({{"Chat", "[CHAT] Bob: hi"}, {"Combat", highlighted}}));
     QCOMPARE(session.getMsdpVariable("HEALTH"), "5");
-    QCOMPARE(session.getMsdpVariable("never"), QString());
 
-    session.sendCommand(" k ");
     session.sendCommand("north;south");
     QByteArray received;
     readUntil(peer, "north;south\r\n", received);
-    const QByteArray afterHandshake = received.mid(received.indexOf("quaff"));
-    QCOMPARE(afterHandshake, QByteArray("quaff 5\r\nsay got You hit the orc.\r\nsay got You hit the orc.\r\n"
-                                        "kill orc\r\nget all\r\nnorth;south\r\n"));
+    QCOMPARE(received.mid(received.indexOf("quaff")),
+             QByteArray("quaff 5\r\nsay got You hit the orc.\r\nnorth;south\r\n"));
 }
 
 void tst_GameSession::assemblesLinesFromPieces()

@@ -88,16 +88,14 @@ void tst_AnsiParser::stateCarriesOverAndSplitsRuns()
     AnsiParser parser;
     auto runs = parser.parse("a\033[32mb\033[1m\033[4mc\033[0m");
     QCOMPARE(runs.size(), 3);
-    QCOMPARE(runs[0].text + runs[1].text + runs[2].text, QString("abc"));
-    QCOMPARE(runs[1].format.foreground().color(), QColor(0, 255, 0));
+    QCOMPARE(joinedText(runs), QString("abc"));
     QCOMPARE(runs[2].format.foreground().color(), QColor(85, 255, 85));
     QVERIFY(runs[2].format.fontUnderline());
 
     // The reset at the end of the last call holds; a colour set alone carries on.
     QCOMPARE(parser.parse("d")[0].format.foreground().color(), QColor(255, 255, 255));
     QVERIFY(parser.parse("\033[1;33m").isEmpty());
-    runs = parser.parse("next line");
-    QCOMPARE(runs[0].format.foreground().color(), QColor(255, 255, 85));
+    QCOMPARE(parser.parse("next line")[0].format.foreground().color(), QColor(255, 255, 85));
     parser.reset();
     QCOMPARE(parser.parse("e")[0].format.fontWeight(), 400);
     QVERIFY(parser.parse("").isEmpty());
