@@ -23,6 +23,8 @@ class tst_ScriptEngine : public QObject {
 private slots:
     void aliasesAndKeyBindings();
     void firstMatchingTriggerFires();
+    void regexTriggersAgreeWithTheirCombinedSearch_data();
+    void regexTriggersAgreeWithTheirCombinedSearch();
     void commandBlocksAndLuaCalls();
     void timers();
 };
@@ -84,6 +86,45 @@ void tst_ScriptEngine::firstMatchingTriggerFires()
     QCOMPARE(fired.size(), 3);
     QCOMPARE(fired.at(1).at(0).toString(), QString("all"));
     QCOMPARE(fired.at(2).at(0).toString(), QString("all"));
+}
+
+// Regex triggers are first tried as one alternation; patterns whose meaning
+// would change inside it must still fire exactly as on their own.
+void tst_ScriptEngine::regexTriggersAgreeWithTheirCombinedSearch_data()
+{
+    QTest::addColumn<QStringList>("patterns");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("fired");
+
+    QTest::newRow("back reference") << QStringList{"orc", "(\\w)\\1"} << "a book" << "1";
+    QTest::newRow("group number in a condition")
+        << QStringList{"orc", "(a)?(?(1)b|c)d"} << "cd" << "1";
+    QTest::newRow("none matches") << QStringList{"orc", "troll", "(\\d+) gold"} << "You see a rat." << "";
+    QTest::newRow("list order wins") << QStringList{"rat", "^You"} << "You see a rat." << "0";
+    QTest::newRow("inline option stays local")
+        << QStringList{"(?i)RAT", "^you"} << "you see a Rat" << "0";
+    QTest::newRow("invalid pattern is skipped") << QStringList{"(", "gold"} << "10 gold" << "1";
+}
+
+void tst_ScriptEngine::regexTriggersAgreeWithTheirCombinedSearch()
+{
+    QFETCH(QStringList, patterns);
+    QFETCH(QString, line);
+    QFETCH(QString, fired);
+
+    ScriptEngine engine(nullptr);
+    Scripts scripts;
+    for (int i = 0; i < patterns.size(); ++i) {
+        Trigger trigger;
+        trigger.name = QString::number(i);
+        trigger.pattern = patterns[i];
+        trigger.regex = true;
+        scripts.triggers.append(trigger);
+    }
+    engine.setScripts(scripts);
+    QSignalSpy spy(&engine, &ScriptEngine::triggerFired);
+    engine.processGameText(line);
+    QCOMPARE(spy.isEmpty() ? QString() : spy.first().at(0).toString(), fired);
 }
 
 void tst_ScriptEngine::commandBlocksAndLuaCalls()
