@@ -78,7 +78,7 @@ namespace {
 bool canShareAlternation(const QString& pattern)
 {
     static const QRegularExpression groupReference(
-        QStringLiteral(R"(\[1-9gkK]|\(\?(P[=>]|&|R|\(|[+-]?\d))"));
+        QStringLiteral(R"(\\[1-9gkK]|\(\?(P[=>]|&|R|\(|[+-]?\d))"));
     return !groupReference.match(pattern).hasMatch();
 }
 
