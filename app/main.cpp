@@ -1,21 +1,12 @@
 #include <QApplication>
-#include <QFontDatabase>
-#include <QStyleFactory>
 
 #include "app/MainWindow.h"
-#include "ui/Theme.h"
+#include "app/Startup.h"
 
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Olvex Desktop Client"));
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    app.setStyleSheet(Theme::applicationStyleSheet());
-
-    const int fontId = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/DejaVuSansMono.ttf"));
-    if (fontId < 0 || QFontDatabase::applicationFontFamilies(fontId).isEmpty())
-        qWarning("The bundled monospaced font could not be loaded; using the system's.");
-
+    Startup::prepareApplication(app);
     MainWindow window;
     window.show();
     return app.exec();

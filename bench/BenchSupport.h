@@ -8,11 +8,9 @@
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
-#include <QFontDatabase>
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
-#include <QStyleFactory>
 
 #include <algorithm>
 #include <cstdio>
@@ -20,8 +18,8 @@
 #include <ctime>
 #include <vector>
 
+#include "app/Startup.h"
 #include "storage/Scripts.h"
-#include "ui/Theme.h"
 
 namespace bench {
 
@@ -61,12 +59,7 @@ inline void isolateDataDirectory()
 // What app/main.cpp does between creating the application and the window.
 inline void setUpLikeTheClient(QApplication& app)
 {
-    QApplication::setApplicationName(QStringLiteral("Olvex Desktop Client"));
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    app.setStyleSheet(Theme::applicationStyleSheet());
-    const int fontId = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/DejaVuSansMono.ttf"));
-    if (fontId < 0 || QFontDatabase::applicationFontFamilies(fontId).isEmpty())
-        qWarning("The bundled monospaced font could not be loaded; using the system's.");
+    Startup::prepareApplication(app);
 }
 
 // One line of busy game text, about 100 bytes with four to eight colour

@@ -13,8 +13,6 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEvent>
-#include <QFontDatabase>
-#include <QStyleFactory>
 #include <QTimer>
 
 #include <cstdio>
@@ -27,8 +25,8 @@
 
 #include "BenchSupport.h"
 #include "app/MainWindow.h"
+#include "app/Startup.h"
 #include "storage/Storage.h"
-#include "ui/Theme.h"
 
 extern char** environ;
 
@@ -92,12 +90,7 @@ int runChild(int argc, char** argv)
 {
     // The same steps, in the same order, as the client's main().
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Olvex Desktop Client"));
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    app.setStyleSheet(Theme::applicationStyleSheet());
-    const int fontId = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/DejaVuSansMono.ttf"));
-    if (fontId < 0 || QFontDatabase::applicationFontFamilies(fontId).isEmpty())
-        qWarning("The bundled monospaced font could not be loaded; using the system's.");
+    Startup::prepareApplication(app);
 
     MainWindow window;
     FirstPaintWatcher watcher(&window);
