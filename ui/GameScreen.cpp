@@ -505,16 +505,6 @@ void GameScreen::onKeyBindingsChanged(const QList<KeyBinding>& bindings)
     }
 }
 
-void GameScreen::updateVitalLabel(const QString& name)
-{
-    if (name.startsWith(QLatin1String("CHARACTER_POWERLEVEL")))
-        statPowerLevel->setText(QStringLiteral("%1/%2").arg(powerLevel).arg(powerLevelMax));
-    else if (name.startsWith(QLatin1String("CHARACTER_KI")))
-        statKi->setText(QStringLiteral("%1/%2").arg(ki).arg(kiMax));
-    else
-        statFatigue->setText(QStringLiteral("%1/%2").arg(fatigue).arg(fatigueMax));
-}
-
 void GameScreen::updateOpponent()
 {
     const QString name = session->getMsdpVariable(QStringLiteral("OPPONENT_NAME"));
@@ -535,26 +525,34 @@ void GameScreen::onMsdpUpdated(const QString& name, const QString& value)
 {
     // Vitals: a maximum that is 0 or not a number means "not known yet".
     struct Vital {
-        qint64* current;
-        qint64* maximum;
+        QLatin1String current;
+        QLatin1String maximum;
+        qint64 GameScreen::*value;
+        qint64 GameScreen::*limit;
         void (VitalsWidget::*update)(qint64, qint64);
+        QLabel* GameScreen::*statLabel;
     };
-    const QList<QPair<QString, Vital>> vitalsTable = {
-        {QStringLiteral("CHARACTER_POWERLEVEL"), {&powerLevel, &powerLevelMax, &VitalsWidget::updatePL}},
-        {QStringLiteral("CHARACTER_KI"), {&ki, &kiMax, &VitalsWidget::updateKi}},
-        {QStringLiteral("CHARACTER_FATIGUE"), {&fatigue, &fatigueMax, &VitalsWidget::updateFatigue}},
+    static const Vital kVitals[] = {
+        {QLatin1String("CHARACTER_POWERLEVEL"), QLatin1String("CHARACTER_POWERLEVEL_MAX"),
+         &GameScreen::powerLevel, &GameScreen::powerLevelMax, &VitalsWidget::updatePL,
+         &GameScreen::statPowerLevel},
+        {QLatin1String("CHARACTER_KI"), QLatin1String("CHARACTER_KI_MAX"), &GameScreen::ki,
+         &GameScreen::kiMax, &VitalsWidget::updateKi, &GameScreen::statKi},
+        {QLatin1String("CHARACTER_FATIGUE"), QLatin1String("CHARACTER_FATIGUE_MAX"), &GameScreen::fatigue,
+         &GameScreen::fatigueMax, &VitalsWidget::updateFatigue, &GameScreen::statFatigue},
     };
-    for (const auto& [variable, vital] : vitalsTable) {
-        if (name == variable) {
-            *vital.current = readNumber(value);
-        } else if (name == variable + QLatin1String("_MAX")) {
+    for (const Vital& vital : kVitals) {
+        if (name == vital.current) {
+            this->*vital.value = readNumber(value);
+        } else if (name == vital.maximum) {
             const qint64 maximum = readNumber(value);
-            *vital.maximum = maximum > 0 ? maximum : kUnknownMaximum;
+            this->*vital.limit = maximum > 0 ? maximum : kUnknownMaximum;
         } else {
             continue;
         }
-        (vitals->*vital.update)(*vital.current, *vital.maximum);
-        updateVitalLabel(name);
+        (vitals->*vital.update)(this->*vital.value, this->*vital.limit);
+        (this->*vital.statLabel)
+            ->setText(QStringLiteral("%1/%2").arg(this->*vital.value).arg(this->*vital.limit));
         return;
     }
 

@@ -75,7 +75,6 @@ private:
     void findNext(bool forward);
     void openSettings();
     void openScriptEditor(const QString& tab);
-    void updateVitalLabel(const QString& name);
     void updateOpponent();
 
     GameSession* session;
