@@ -55,6 +55,7 @@ int ChannelPanel::ensureChannel(const QString& name)
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     channels.insert(name, list);
     followsNewest.insert(list, true);
+    list->installEventFilter(this);
     list->viewport()->installEventFilter(this);
 
     // The list lays its items out lazily (a hidden tab not at all), so the
@@ -139,13 +140,20 @@ void ChannelPanel::measureItems(QListWidget* list, int from)
 
 bool ChannelPanel::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::Resize) {
-        // The viewport's parent is its list; a changed width re-measures all lines.
-        auto* list = qobject_cast<QListWidget*>(watched->parent());
-        if (list && measuredWidth.value(list, -1) != list->viewport()->width())
-            QMetaObject::invokeMethod(
-                list, [this, list] { measureItems(list, list->count()); }, Qt::QueuedConnection);
-    }
+    // A new font or style changes every line's height; a new width (seen on
+    // the viewport, whose parent is the list) may change their wrapping.
+    const QEvent::Type type = event->type();
+    auto* list = qobject_cast<QListWidget*>(watched);
+    if (list && (type == QEvent::FontChange || type == QEvent::StyleChange))
+        measuredWidth.remove(list);
+    else if (type == QEvent::Resize)
+        list = qobject_cast<QListWidget*>(watched->parent());
+    else
+        list = nullptr;
+
+    if (list && measuredWidth.value(list, -1) != list->viewport()->width())
+        QMetaObject::invokeMethod(
+            list, [this, list] { measureItems(list, list->count()); }, Qt::QueuedConnection);
     return QWidget::eventFilter(watched, event);
 }
 
