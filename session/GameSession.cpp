@@ -167,6 +167,12 @@ void GameSession::onScriptLineHighlight(const QString& line, const QString& colo
 
 QString GameSession::processMudText(const QString& text)
 {
+    // The connection hands text on one character at a time, so nearly every
+    // call brings a single character that only extends the pending line.
+    if (text.size() == 1 && text.front() != u'\n' && lineBuffer.size() < kMaxPendingLine) {
+        lineBuffer.append(text.front());
+        return QString();
+    }
     outputBuffer.clear();
     // Only the new text is scanned for line feeds: the pending line is never
     // searched again, so a long line costs the same as many short ones.

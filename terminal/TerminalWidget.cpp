@@ -160,8 +160,10 @@ void TerminalWidget::insertLine(const QString& line)
     const bool atLimit = dropped >= newBlocks;
     if (atLimit) {
         quietLayout.emplace(doc->documentLayout());
-        layoutStale = true;
+        layoutStale = true; // the deferred update also repaints
         scheduleDeferredUpdate();
+    } else if (dropped > 0) {
+        viewport()->update();
     }
 
     QTextCursor cursor(doc);
@@ -169,9 +171,15 @@ void TerminalWidget::insertLine(const QString& line)
     // Positioning inside it also spares laying out the last block.
     cursor.beginEditBlock();
     cursor.setPosition(doc->characterCount() - 1);
-    for (const AnsiParser::FormatRun& run : runs)
-        cursor.insertText(run.text, run.format);
-    if (needsLineEnd)
+    // The line end goes in with the last run: one insertion fewer per line.
+    for (qsizetype i = 0; i < runs.size(); ++i) {
+        const AnsiParser::FormatRun& run = runs[i];
+        if (needsLineEnd && i == runs.size() - 1)
+            cursor.insertText(run.text + u'\n', run.format);
+        else
+            cursor.insertText(run.text, run.format);
+    }
+    if (needsLineEnd && runs.isEmpty())
         cursor.insertText(QStringLiteral("\n"));
     cursor.endEditBlock();
 
@@ -219,7 +227,6 @@ int TerminalWidget::dropOldestBlocks(int incoming)
     cursor.setPosition(doc->findBlockByNumber(excess).position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
     cursor.endEditBlock();
-    viewport()->update();
     return excess;
 }
 

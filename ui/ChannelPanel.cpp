@@ -1,7 +1,11 @@
 #include "ui/ChannelPanel.h"
 
+#include <QAbstractItemDelegate>
+#include <QEvent>
 #include <QListWidget>
 #include <QScrollBar>
+#include <QStyle>
+#include <QStyleOptionViewItem>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -36,6 +40,7 @@ ChannelPanel::ChannelPanel(QWidget* parent)
 
     for (const QString& name : kStandardChannels)
         ensureChannel(name);
+    connect(tabs, &QTabWidget::currentChanged, this, &ChannelPanel::onCurrentTabChanged);
 }
 
 int ChannelPanel::ensureChannel(const QString& name)
@@ -50,6 +55,8 @@ int ChannelPanel::ensureChannel(const QString& name)
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     channels.insert(name, list);
     followsNewest.insert(list, true);
+    list->installEventFilter(this);
+    list->viewport()->installEventFilter(this);
 
     // The list lays its items out lazily (a hidden tab not at all), so the
     // jump to the newest line happens when the scroll range grows, not in
@@ -84,8 +91,76 @@ void ChannelPanel::addMessage(const QString& channel, const QString& text)
         delete oldest;
     }
 
+    measureItems(list, list->count() - 1);
     if (anchor && !anchorDropped)
         list->scrollToItem(anchor, QAbstractItemView::PositionAtTop);
+}
+
+// A list re-lays out all of its lines whenever one is added, and a wrapped
+// line costs a full text layout to measure: with a busy channel that was most
+// of the panel's work. Each line is therefore measured once, when it arrives,
+// and keeps its height as a size hint until the list's width changes.
+void ChannelPanel::measureItems(QListWidget* list, int from)
+{
+    const int width = list->viewport()->width();
+    // A hidden list may not know its width yet; it is measured when shown.
+    if (!list->isVisible() || width <= 0) {
+        measuredWidth.remove(list);
+        return;
+    }
+    if (measuredWidth.value(list, -1) != width) {
+        measuredWidth.insert(list, width);
+        from = 0;
+    }
+
+    // The options the list itself lays its lines out with.
+    QStyleOptionViewItem option;
+    option.initFrom(list);
+    option.state &= ~QStyle::State_MouseOver;
+    option.font = list->font();
+    option.widget = list;
+    option.locale = list->locale();
+    option.features = QStyleOptionViewItem::WrapText;
+    option.textElideMode = list->textElideMode();
+    option.decorationPosition = QStyleOptionViewItem::Left;
+    option.displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
+    option.rect = QRect(0, 0, width, list->viewport()->height());
+
+    QAbstractItemDelegate* delegate = list->itemDelegate();
+    for (int row = qMax(from, 0); row < list->count(); ++row) {
+        QListWidgetItem* item = list->item(row);
+        // A stored hint is what the delegate would answer: drop it first.
+        if (item->data(Qt::SizeHintRole).isValid())
+            item->setData(Qt::SizeHintRole, QVariant());
+        item->setSizeHint(delegate->sizeHint(option, list->indexFromItem(item)));
+    }
+    if (from <= 0)
+        list->doItemsLayout();
+}
+
+bool ChannelPanel::eventFilter(QObject* watched, QEvent* event)
+{
+    // A new font or style changes every line's height; a new width (seen on
+    // the viewport, whose parent is the list) may change their wrapping.
+    const QEvent::Type type = event->type();
+    auto* list = qobject_cast<QListWidget*>(watched);
+    if (list && (type == QEvent::FontChange || type == QEvent::StyleChange))
+        measuredWidth.remove(list);
+    else if (type == QEvent::Resize)
+        list = qobject_cast<QListWidget*>(watched->parent());
+    else
+        list = nullptr;
+
+    if (list && measuredWidth.value(list, -1) != list->viewport()->width())
+        QMetaObject::invokeMethod(
+            list, [this, list] { measureItems(list, list->count()); }, Qt::QueuedConnection);
+    return QWidget::eventFilter(watched, event);
+}
+
+void ChannelPanel::onCurrentTabChanged(int index)
+{
+    if (auto* list = qobject_cast<QListWidget*>(tabs->widget(index)))
+        measureItems(list, list->count());
 }
 
 void ChannelPanel::clearChannel(const QString& channel)

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QWidget>
 
+class QEvent;
+
 class QListWidget;
 class QTabWidget;
 
@@ -24,11 +26,19 @@ public:
     void addMessage(const QString& channel, const QString& text);
     void clearChannel(const QString& channel);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void measureItems(QListWidget* list, int from);
+    void onCurrentTabChanged(int index);
+
     QTabWidget* tabs = nullptr;
     // Names compare case-sensitively: "chat" and "Chat" are two channels.
     QMap<QString, QListWidget*> channels;
     // Whether a list sat at its newest line the last time it scrolled; such a
     // list follows new lines, one the player scrolled up in stays put.
     QHash<const QListWidget*, bool> followsNewest;
+    // The viewport width each list's line heights were measured for.
+    QHash<const QListWidget*, int> measuredWidth;
 };

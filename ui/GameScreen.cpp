@@ -17,6 +17,8 @@
 #include <QTextCursor>
 #include <QVBoxLayout>
 
+#include <utility>
+
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "terminal/TerminalWidget.h"
@@ -45,6 +47,35 @@ QLabel* valueLabel(const QString& accessibleName)
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     label->setAccessibleName(accessibleName);
     return label;
+}
+
+// Chat lines nearly always carry colour codes and nothing else: such a line
+// is made plain here, without building the formats a full parse makes. Any
+// other escape (a cursor movement, a stray ESC) is left to the parser and
+// leaves plain untouched.
+bool stripColourCodes(const QString& text, QString& plain)
+{
+    const QStringView view(text);
+    qsizetype start = 0;
+    qsizetype escape = view.indexOf(u'\x1b');
+    QString stripped;
+    stripped.reserve(text.size());
+    while (escape >= 0) {
+        qsizetype end = escape + 1;
+        if (end >= view.size() || view[end] != u'[')
+            return false;
+        ++end;
+        while (end < view.size() && ((view[end] >= u'0' && view[end] <= u'9') || view[end] == u';'))
+            ++end;
+        if (end >= view.size() || view[end] != u'm')
+            return false;
+        stripped.append(view.mid(start, escape - start));
+        start = end + 1;
+        escape = view.indexOf(u'\x1b', start);
+    }
+    stripped.append(view.mid(start));
+    plain = std::move(stripped);
+    return true;
 }
 
 } // namespace
@@ -332,8 +363,10 @@ void GameScreen::onChannelMessage(const QString& channel, const QString& text)
 {
     // A list item cannot show colours, and raw escape codes are unreadable.
     QString plain;
-    for (const AnsiParser::FormatRun& run : channelTextParser.parse(text))
-        plain += run.text;
+    if (!stripColourCodes(text, plain)) {
+        for (const AnsiParser::FormatRun& run : channelTextParser.parse(text))
+            plain += run.text;
+    }
     channelPanel->addMessage(channel, plain.trimmed());
 }
 

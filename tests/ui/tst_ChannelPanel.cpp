@@ -32,6 +32,7 @@ class tst_ChannelPanel : public QObject {
 private slots:
     void channelsAreKeptByExactNameAndBounded();
     void followsNewestOnlyAtBottom();
+    void longLinesWrapToTheWidth();
 };
 
 void tst_ChannelPanel::channelsAreKeptByExactNameAndBounded()
@@ -102,6 +103,31 @@ void tst_ChannelPanel::followsNewestOnlyAtBottom()
     panel.addMessage("Chat", "newest");
     QTRY_COMPARE(bar->value(), bar->maximum());
     QVERIFY(chat->viewport()->rect().contains(chat->visualItemRect(chat->item(chat->count() - 1))));
+}
+
+void tst_ChannelPanel::longLinesWrapToTheWidth()
+{
+    ChannelPanel panel;
+    panel.resize(200, 300);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&panel));
+    auto* ooc = qobject_cast<QListWidget*>(panel.findChild<QTabWidget*>()->widget(0));
+    const QString longLine = QString("word ").repeated(30).trimmed();
+    panel.addMessage("OOC", "short");
+    panel.addMessage("OOC", longLine);
+    const auto height = [ooc](int row) {
+        return ooc->visualItemRect(ooc->item(row)).height();
+    };
+    QTRY_VERIFY(height(1) >= 3 * height(0));
+
+    // Wider, the same line needs fewer rows; far wider, a single one.
+    const int narrowHeight = height(1);
+    panel.resize(400, 300);
+    QTRY_VERIFY(height(1) < narrowHeight && height(1) > height(0));
+    panel.resize(2000, 300);
+    QTRY_COMPARE(height(1), height(0));
+    panel.resize(200, 300);
+    QTRY_COMPARE(height(1), narrowHeight);
 }
 
 OLVEX_TEST_MAIN(tst_ChannelPanel, QApplication)

@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -41,6 +42,8 @@ private slots:
     void historyIsKeptPerCharacter();
     void msdpReachesBarsAndLabels();
     void keysOnTheShownScreen();
+    void channelLinesArePlain_data();
+    void channelLinesArePlain();
 
 private:
     std::unique_ptr<QTcpServer> server;
@@ -155,6 +158,41 @@ void tst_GameScreen::keysOnTheShownScreen()
     QByteArray received;
     QTRY_VERIFY_WITH_TIMEOUT((received += peer->readAll()).contains("look\r\n"), 5000);
     QVERIFY(received.endsWith("north\r\nlook\r\n"));
+}
+
+void tst_GameScreen::channelLinesArePlain_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("no codes") << " plain words "
+                              << "plain words";
+    QTest::newRow("colours") << "\x1b[1;35m[OOC]\x1b[0m Kyren: hi\x1b[m"
+                             << "[OOC] Kyren: hi";
+    QTest::newRow("colour at the end") << "hi \x1b[32m"
+                                       << "hi";
+    QTest::newRow("other sequence") << "a\x1b[31mb\x1b[2Kc"
+                                    << "abc";
+    QTest::newRow("lone escape kept") << "x\x1bqy\x1b[0m"
+                                      << "x\x1bqy";
+    QTest::newRow("unfinished kept") << "a\x1b[1mb\x1b[31"
+                                     << "ab\x1b[31";
+}
+
+void tst_GameScreen::channelLinesArePlain()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, shown);
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    emit session.channelMessage("OOC", line);
+    QListWidget* ooc = nullptr;
+    for (QListWidget* list : screen.findChildren<QListWidget*>()) {
+        if (list->accessibleName() == "OOC channel")
+            ooc = list;
+    }
+    QVERIFY(ooc);
+    QCOMPARE(ooc->count(), 1);
+    QCOMPARE(ooc->item(0)->text(), shown);
 }
 
 OLVEX_TEST_MAIN(tst_GameScreen, QApplication)
