@@ -2,6 +2,8 @@
 
 #include <QTimer>
 
+#include <algorithm>
+
 namespace {
 
 const QString kLuaPrefix = QStringLiteral("lua:");
@@ -100,6 +102,25 @@ void ScriptEngine::prepareCombinedRegex()
         for (PreparedTrigger& prepared : m_preparedTriggers)
             prepared.inCombinedRegex = false;
     }
+
+    QStringList phrases;
+    for (PreparedTrigger& prepared : m_preparedTriggers) {
+        const QString& text = m_scripts.triggers.at(prepared.index).pattern;
+        prepared.inCombinedPlain =
+            !prepared.regex && !prepared.matchesEverything &&
+            std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 128; });
+        if (prepared.inCombinedPlain)
+            phrases << QRegularExpression::escape(text);
+    }
+    m_combinedPlain =
+        QRegularExpression(phrases.join(QLatin1Char('|')), QRegularExpression::CaseInsensitiveOption);
+    m_useCombinedPlain = phrases.size() > 1 && m_combinedPlain.isValid();
+    if (m_useCombinedPlain) {
+        m_combinedPlain.optimize();
+    } else {
+        for (PreparedTrigger& prepared : m_preparedTriggers)
+            prepared.inCombinedPlain = false;
+    }
 }
 
 void ScriptEngine::processInput(const QString& input)
@@ -126,11 +147,15 @@ void ScriptEngine::checkTriggers(const QString& line)
 {
     // Lines from the connection are always valid UTF-16; skipping the check
     // saves a scan of the line for every pattern.
-    const QRegularExpression::MatchOptions options = line.isValidUtf16()
-        ? QRegularExpression::DontCheckSubjectStringMatchOption
-        : QRegularExpression::NoMatchOption;
-    const bool combinedMissed = m_useCombinedRegex
-        && !m_combinedRegex.match(line, 0, QRegularExpression::NormalMatch, options).hasMatch();
+    const QRegularExpression::MatchOptions options =
+        line.isValidUtf16() ? QRegularExpression::DontCheckSubjectStringMatchOption
+                            : QRegularExpression::NoMatchOption;
+    const bool combinedMissed =
+        m_useCombinedRegex &&
+        !m_combinedRegex.match(line, 0, QRegularExpression::NormalMatch, options).hasMatch();
+    const bool plainMissed =
+        m_useCombinedPlain &&
+        !m_combinedPlain.match(line, 0, QRegularExpression::NormalMatch, options).hasMatch();
 
     for (const PreparedTrigger& prepared : m_preparedTriggers) {
         QStringList matches;
@@ -143,6 +168,8 @@ void ScriptEngine::checkTriggers(const QString& line)
                 continue;
             matches = match.capturedTexts();
         } else {
+            if (plainMissed && prepared.inCombinedPlain)
+                continue;
             if (!prepared.matchesEverything && prepared.plain.indexIn(line) < 0)
                 continue;
             matches = QStringList{line};

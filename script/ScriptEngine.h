@@ -78,6 +78,7 @@ private:
         bool regex = false;
         bool matchesEverything = false;
         bool inCombinedRegex = false;
+        bool inCombinedPlain = false;
         QStringMatcher plain;
         QRegularExpression expression;
     };
@@ -94,6 +95,10 @@ private:
     // match, and the line costs one search instead of one per trigger.
     QRegularExpression m_combinedRegex;
     bool m_useCombinedRegex = false;
+    // The same for plain triggers whose text is ASCII, where ignoring case
+    // means the same to the expression engine as to a plain search.
+    QRegularExpression m_combinedPlain;
+    bool m_useCombinedPlain = false;
     QMap<QString, QTimer*> m_timers;
     MsdpLookup m_msdpCallback;
     CommandProcessor m_processor;

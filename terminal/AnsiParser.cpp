@@ -116,7 +116,10 @@ void AnsiParser::reset()
     underline = false;
     italic = false;
     basicForeground = -1;
-    currentFormat = buildFormat();
+    // Servers reset several times a line; the reset format is always the
+    // same, so it is built once and shared.
+    static const QTextCharFormat resetFormat = buildFormat();
+    currentFormat = resetFormat;
 }
 
 QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input)

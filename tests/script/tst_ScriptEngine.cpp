@@ -23,8 +23,8 @@ class tst_ScriptEngine : public QObject {
 private slots:
     void aliasesAndKeyBindings();
     void firstMatchingTriggerFires();
-    void regexTriggersAgreeWithTheirCombinedSearch_data();
-    void regexTriggersAgreeWithTheirCombinedSearch();
+    void triggersAgreeWithTheirCombinedSearch_data();
+    void triggersAgreeWithTheirCombinedSearch();
     void commandBlocksAndLuaCalls();
     void timers();
 };
@@ -88,27 +88,42 @@ void tst_ScriptEngine::firstMatchingTriggerFires()
     QCOMPARE(fired.at(2).at(0).toString(), QString("all"));
 }
 
-// Regex triggers are first tried as one alternation; patterns whose meaning
-// would change inside it must still fire exactly as on their own.
-void tst_ScriptEngine::regexTriggersAgreeWithTheirCombinedSearch_data()
+// Triggers are first tried as one alternation per kind; every trigger must
+// still fire exactly as it would on its own.
+void tst_ScriptEngine::triggersAgreeWithTheirCombinedSearch_data()
 {
+    QTest::addColumn<bool>("regex");
     QTest::addColumn<QStringList>("patterns");
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("fired");
 
     // The first pattern's own group shifts the numbers the second one uses.
-    QTest::newRow("back reference") << QStringList{"(o)rc", "(\\w)\\1"} << "a book" << "1";
-    QTest::newRow("group number in a condition")
-        << QStringList{"(x)y", "(a)?(?(1)b|c)d"} << "abd" << "1";
-    QTest::newRow("none matches") << QStringList{"orc", "troll", "(\\d+) gold"} << "You see a rat." << "";
-    QTest::newRow("list order wins") << QStringList{"rat", "^You"} << "You see a rat." << "0";
-    QTest::newRow("inline option stays local")
-        << QStringList{"(?i)RAT", "^you"} << "you see a Rat" << "0";
-    QTest::newRow("invalid pattern is skipped") << QStringList{"(", "gold"} << "10 gold" << "1";
+    QTest::newRow("back reference") << true << QStringList{"(o)rc", "(\\w)\\1"} << "a book"
+                                    << "1";
+    QTest::newRow("group number in a condition") << true << QStringList{"(x)y", "(a)?(?(1)b|c)d"} << "abd"
+                                                 << "1";
+    QTest::newRow("none matches") << true << QStringList{"orc", "troll", "(\\d+) gold"} << "You see a rat."
+                                  << "";
+    QTest::newRow("list order wins") << true << QStringList{"rat", "^You"} << "You see a rat."
+                                     << "0";
+    QTest::newRow("inline option stays local") << true << QStringList{"(?i)RAT", "^you"} << "you see a Rat"
+                                               << "0";
+    QTest::newRow("invalid pattern is skipped") << true << QStringList{"(", "gold"} << "10 gold"
+                                                << "1";
+    QTest::newRow("plain ignores case") << false << QStringList{"HUNGRY", "orc"} << "You are hungry."
+                                        << "0";
+    QTest::newRow("plain text is not a pattern") << false << QStringList{"troll", "a.b"} << "axb"
+                                                 << "";
+    QTest::newRow("plain special characters") << false << QStringList{"troll", "a.b"} << "see a.b"
+                                              << "1";
+    QTest::newRow("plain non-ASCII checked alone")
+        << false << QStringList{"Ærø", "orc", "troll"} << "ÆRØ here"
+        << "0";
 }
 
-void tst_ScriptEngine::regexTriggersAgreeWithTheirCombinedSearch()
+void tst_ScriptEngine::triggersAgreeWithTheirCombinedSearch()
 {
+    QFETCH(bool, regex);
     QFETCH(QStringList, patterns);
     QFETCH(QString, line);
     QFETCH(QString, fired);
@@ -119,7 +134,7 @@ void tst_ScriptEngine::regexTriggersAgreeWithTheirCombinedSearch()
         Trigger trigger;
         trigger.name = QString::number(i);
         trigger.pattern = patterns[i];
-        trigger.regex = true;
+        trigger.regex = regex;
         scripts.triggers.append(trigger);
     }
     engine.setScripts(scripts);
