@@ -2,6 +2,8 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QFile>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QSignalBlocker>
@@ -114,8 +116,8 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     viewport()->setPalette(colors);
     viewport()->setAutoFillBackground(true);
     setStyleSheet(QString::fromLatin1(kStyleSheet));
-    // The view paints every pixel itself; without this each new line would
-    // also repaint that area in every parent widget.
+    // An opaque viewport spares every parent widget a repaint of this area
+    // for each new line; paintEvent then clears what the text does not cover.
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 
     connect(document(), &QTextDocument::contentsChanged, this, &TerminalWidget::onContentsChanged);
@@ -456,4 +458,15 @@ void TerminalWidget::setLogging(bool enabled, const QString& path)
 bool TerminalWidget::getLogging() const
 {
     return logging;
+}
+
+void TerminalWidget::paintEvent(QPaintEvent* event)
+{
+    // The text only paints under its glyphs; the rest of an opaque viewport
+    // would show whatever was drawn there before.
+    {
+        QPainter painter(viewport());
+        painter.fillRect(event->rect(), viewport()->palette().color(QPalette::Base));
+    }
+    QPlainTextEdit::paintEvent(event);
 }

@@ -49,6 +49,9 @@ signals:
     void fontSizeChanged(int size);
     void frozenChanged(bool frozen);
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     void onContentsChanged();
     void onDeferredUpdate();
