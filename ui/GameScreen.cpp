@@ -83,10 +83,10 @@ bool stripColourCodes(const QString& text, QString& plain)
 GameScreen::GameScreen(GameSession* session, QWidget* parent)
     : QWidget(parent)
     , session(session)
+    , history(session->getCharacter().key())
 {
     setupUi();
     wireSignals();
-    loadHistory();
     session->connect();
 }
 
@@ -375,51 +375,20 @@ void GameScreen::onTerminalFrozenChanged(bool frozen)
     pausedLabel->setVisible(frozen);
 }
 
-QString GameScreen::historyKey() const
-{
-    return QStringLiteral("cmd_history_") + session->getCharacter().key();
-}
-
-void GameScreen::loadHistory()
-{
-    history = Storage::instance()->getStringList(historyKey());
-    while (history.size() > kHistoryLimit)
-        history.removeLast();
-    historyIndex = -1;
-}
-
 void GameScreen::onInputSubmitted()
 {
     const QString text = input->text();
     input->clear();
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(text);
-
-    if (!text.isEmpty() && (history.isEmpty() || history.first() != text)) {
-        history.prepend(text);
-        if (history.size() > kHistoryLimit)
-            history.removeLast();
-    }
-    historyIndex = -1;
-    savedDraft.clear();
-    Storage::instance()->putStringList(historyKey(), history);
+    history.record(text);
 }
 
 bool GameScreen::browseHistory(int key)
 {
-    if (key == Qt::Key_Up) {
-        if (historyIndex == -1)
-            savedDraft = input->text();
-        if (historyIndex + 1 >= history.size())
-            return true;
-        ++historyIndex;
-        input->setText(history.at(historyIndex));
-    } else {
-        if (historyIndex == -1)
-            return true;
-        --historyIndex;
-        input->setText(historyIndex == -1 ? savedDraft : history.at(historyIndex));
-    }
+    const std::optional<QString> text = key == Qt::Key_Up ? history.older(input->text()) : history.newer();
+    if (text)
+        input->setText(*text);
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QWidget>
 
+#include "session/CommandHistory.h"
 #include "storage/Scripts.h"
 #include "terminal/AnsiParser.h"
 
@@ -20,7 +21,6 @@ class QListWidget;
 class QPushButton;
 class QShortcut;
 class QTabWidget;
-class QToolBar;
 
 // Everything the player sees of one session: the terminal, the input line with
 // its history, the find bar, the toolbar and the side panels fed by MSDP.
@@ -29,7 +29,6 @@ class GameScreen : public QWidget {
     Q_DISABLE_COPY_MOVE(GameScreen)
 
 public:
-    static constexpr int kHistoryLimit = 200;
     static constexpr qint64 kUnknownMaximum = 999999;
 
     GameScreen(GameSession* session, QWidget* parent);
@@ -37,7 +36,7 @@ public:
 
     GameSession* getSession() const { return session; }
     TerminalWidget* getTerminal() const { return terminal; }
-    QStringList getHistory() const { return history; }
+    QStringList getHistory() const { return history.entries(); }
 
 signals:
     void disconnect();
@@ -66,8 +65,6 @@ private:
     QWidget* buildRoomTab();
     void wireSignals();
 
-    QString historyKey() const;
-    void loadHistory();
     bool browseHistory(int key);
     void showFindBar();
     void hideFindBar();
@@ -85,9 +82,7 @@ private:
     qint64 fatigue = 0;
     qint64 fatigueMax = kUnknownMaximum;
 
-    QStringList history;
-    int historyIndex = -1;
-    QString savedDraft;
+    CommandHistory history;
     QList<QShortcut*> keyShortcuts;
 
     TerminalWidget* terminal = nullptr;

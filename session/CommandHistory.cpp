@@ -1,0 +1,40 @@
+#include "session/CommandHistory.h"
+
+#include "storage/Storage.h"
+
+CommandHistory::CommandHistory(const QString& characterKey)
+    : storageKey(QStringLiteral("cmd_history_") + characterKey)
+    , history(Storage::instance()->getStringList(storageKey))
+{
+    while (history.size() > kLimit)
+        history.removeLast();
+}
+
+void CommandHistory::record(const QString& command)
+{
+    if (!command.isEmpty() && (history.isEmpty() || history.first() != command)) {
+        history.prepend(command);
+        if (history.size() > kLimit)
+            history.removeLast();
+    }
+    index = -1;
+    draft.clear();
+    Storage::instance()->putStringList(storageKey, history);
+}
+
+std::optional<QString> CommandHistory::older(const QString& currentInput)
+{
+    if (index == -1)
+        draft = currentInput;
+    if (index + 1 >= history.size())
+        return std::nullopt;
+    return history.at(++index);
+}
+
+std::optional<QString> CommandHistory::newer()
+{
+    if (index == -1)
+        return std::nullopt;
+    --index;
+    return index == -1 ? draft : history.at(index);
+}
