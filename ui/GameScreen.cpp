@@ -19,6 +19,7 @@
 
 #include <utility>
 
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "terminal/TerminalWidget.h"
@@ -339,7 +340,7 @@ void GameScreen::wireSignals()
     connect(sendButton, &QPushButton::clicked, this, &GameScreen::onInputSubmitted);
 
     // The session announced its bindings before this screen existed.
-    onKeyBindingsChanged(Storage::instance()->getScripts(session->getCharacter()).keyBindings);
+    onKeyBindingsChanged(session->getScriptEngine()->scripts().keyBindings);
 }
 
 void GameScreen::onSessionConnected()
