@@ -17,6 +17,10 @@ enum class GameFeature : qint32 {
     ChannelTabs = 8,
     MsdpTracking = 9,
     TriggerHighlights = 10,
+    // Behaviour that replaces the default, for servers other than the home
+    // game: off unless the player switches it on for a character.
+    StandardTelnet = 11,     // UTF-8 text, answered telnet options, prompts, echo, MCCP2
+    ClientConveniences = 12, // echo, typed ";" and "#", stripped trigger text, more
 };
 
 namespace GameFeatures {
