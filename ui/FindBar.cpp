@@ -8,6 +8,7 @@
 #include <QTextCursor>
 
 #include "terminal/TerminalWidget.h"
+#include "ui/Theme.h"
 
 FindBar::FindBar(TerminalWidget* terminal, QWidget* parent)
     : QWidget(parent)
@@ -21,27 +22,36 @@ FindBar::FindBar(TerminalWidget* terminal, QWidget* parent)
     field->setMaximumWidth(200);
     field->setPlaceholderText(QStringLiteral("Search output..."));
     field->setAccessibleName(tr("Search output"));
-    auto* prev = new QPushButton(QStringLiteral("< Prev"), this);
-    auto* next = new QPushButton(QStringLiteral("Next >"), this);
-    auto* close = new QPushButton(QStringLiteral("✕"), this);
-    prev->setMaximumWidth(60);
-    next->setMaximumWidth(60);
-    close->setMaximumWidth(30);
-    close->setAccessibleName(tr("Close search"));
+    prevButton = new QPushButton(QStringLiteral("< Prev"), this);
+    nextButton = new QPushButton(QStringLiteral("Next >"), this);
+    closeButton = new QPushButton(QStringLiteral("✕"), this);
+    closeButton->setAccessibleName(tr("Close search"));
+    closeButton->setToolTip(tr("Close search"));
+    closeButton->setStyleSheet(Theme::compactButtonStyleSheet());
+    // The buttons keep the width their text needs: a fixed pixel width cut
+    // the labels off under the application's padding.
+    for (QPushButton* button : {prevButton, nextButton, closeButton}) {
+        button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+        button->setAutoDefault(false);
+    }
+    message = new QLabel(this);
+    message->setStyleSheet(Theme::findMessageStyleSheet());
+    message->hide();
 
     row->addWidget(new QLabel(QStringLiteral("Find:"), this));
     row->addWidget(field);
-    row->addWidget(prev);
-    row->addWidget(next);
-    row->addWidget(close);
+    row->addWidget(prevButton);
+    row->addWidget(nextButton);
+    row->addWidget(closeButton);
+    row->addWidget(message);
     row->addStretch(1);
     hide();
 
     connect(field, &QLineEdit::textChanged, this, &FindBar::onTextChanged);
     connect(field, &QLineEdit::returnPressed, this, [this] { findNext(true); });
-    connect(next, &QPushButton::clicked, this, [this] { findNext(true); });
-    connect(prev, &QPushButton::clicked, this, [this] { findNext(false); });
-    connect(close, &QPushButton::clicked, this, &FindBar::dismiss);
+    connect(nextButton, &QPushButton::clicked, this, [this] { findNext(true); });
+    connect(prevButton, &QPushButton::clicked, this, [this] { findNext(false); });
+    connect(closeButton, &QPushButton::clicked, this, &FindBar::dismiss);
 }
 
 void FindBar::open()
@@ -58,8 +68,14 @@ void FindBar::dismiss()
     emit closed();
 }
 
+QList<QWidget*> FindBar::focusOrder() const
+{
+    return {field, prevButton, nextButton, closeButton};
+}
+
 void FindBar::onTextChanged(const QString& text)
 {
+    showMessage(QString());
     if (text.isEmpty()) {
         terminal->clearFindHighlights();
         return;
@@ -74,11 +90,25 @@ void FindBar::onTextChanged(const QString& text)
     else
         from.movePosition(QTextCursor::Start);
     terminal->setTextCursor(from);
-    if (!terminal->findInOutput(text, true, false, false))
+    if (!terminal->findInOutput(text, true, false, false)) {
+        // The highlights belong to a text that is no longer in the field.
+        terminal->clearFindHighlights();
         terminal->verticalScrollBar()->setValue(scrollPosition);
+        showMessage(tr("Not found"));
+    }
 }
 
 void FindBar::findNext(bool forward)
 {
-    terminal->findInOutput(field->text(), forward, false, false);
+    if (field->text().isEmpty())
+        return;
+    // At the last match the highlights stay; the message tells why nothing moved.
+    const bool found = terminal->findInOutput(field->text(), forward, false, false);
+    showMessage(found ? QString() : tr("No more matches"));
+}
+
+void FindBar::showMessage(const QString& text)
+{
+    message->setText(text);
+    message->setVisible(!text.isEmpty());
 }

@@ -11,12 +11,15 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
+#include <utility>
+
 #include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "terminal/AnsiParser.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/ChannelPanel.h"
+#include "ui/CommandInput.h"
 #include "ui/FindBar.h"
 #include "ui/MsdpViewer.h"
 #include "ui/ScriptEditor.h"
@@ -49,11 +52,11 @@ void GameScreen::setupUi()
     terminal->setAccessibleName(tr("Game output"));
     terminal->installEventFilter(this);
 
-    input = new QLineEdit(this);
+    input = new CommandInput(this);
     input->setPlaceholderText(QStringLiteral("Enter command..."));
     input->setFont(QFont(Theme::kMonospaceFamily, Theme::kInputFontSize));
     input->setAccessibleName(tr("Command input"));
-    input->installEventFilter(this);
+    input->setHistory(&history);
     sendButton = new QPushButton(QStringLiteral("Send"), this);
     sendButton->setAutoDefault(false);
 
@@ -66,7 +69,8 @@ void GameScreen::setupUi()
     auto* leftLayout = new QVBoxLayout(left);
     leftLayout->setContentsMargins(0, 0, 0, 0);
     leftLayout->setSpacing(6);
-    leftLayout->addWidget(buildToolbar());
+    QList<QWidget*> toolbarButtons;
+    leftLayout->addWidget(buildToolbar(toolbarButtons));
     leftLayout->addWidget(terminal, 1);
     findBar = new FindBar(terminal, left);
     leftLayout->addWidget(findBar);
@@ -86,12 +90,11 @@ void GameScreen::setupUi()
     layout->setContentsMargins(8, 8, 8, 8);
     layout->addWidget(splitter);
 
-    setTabOrder(input, sendButton);
-    setFocusProxy(input);
+    setupFocusChain(toolbarButtons);
     addScreenShortcuts();
 }
 
-QWidget* GameScreen::buildToolbar()
+QWidget* GameScreen::buildToolbar(QList<QWidget*>& buttons)
 {
     auto* bar = new QWidget(this);
     bar->setObjectName(QStringLiteral("gameToolbar"));
@@ -117,6 +120,7 @@ QWidget* GameScreen::buildToolbar()
         button->setFocusPolicy(Qt::TabFocus);
         connect(button, &QPushButton::clicked, this, [this, tab = tab] { openScriptEditor(tab); });
         row->addWidget(button);
+        buttons.append(button);
     }
 
     pausedLabel = new QLabel(QStringLiteral("⏸ PAUSED"), bar);
@@ -131,11 +135,32 @@ QWidget* GameScreen::buildToolbar()
     for (QPushButton* b : {settingsButton, profilesButton, disconnectButton}) {
         b->setFocusPolicy(Qt::TabFocus);
         row->addWidget(b);
+        buttons.append(b);
     }
     connect(settingsButton, &QPushButton::clicked, this, &GameScreen::openSettings);
     connect(profilesButton, &QPushButton::clicked, this, &GameScreen::profiles);
     connect(disconnectButton, &QPushButton::clicked, this, &GameScreen::disconnect);
     return bar;
+}
+
+// One Tab cycle through every control, in reading order: toolbar, output,
+// find bar, input line, side tabs. Shift+Tab walks the same chain backwards.
+void GameScreen::setupFocusChain(const QList<QWidget*>& toolbarButtons)
+{
+    terminal->setFocusPolicy(Qt::StrongFocus);
+    terminal->setTabChangesFocus(true);
+    const QList<QWidget*> chain = toolbarButtons + QList<QWidget*>{terminal} + findBar->focusOrder() +
+                                  QList<QWidget*>{input, sendButton} + sidePanel->focusOrder();
+    for (qsizetype i = 1; i < chain.size(); ++i)
+        setTabOrder(chain.at(i - 1), chain.at(i));
+}
+
+void GameScreen::focusInEvent(QFocusEvent* event)
+{
+    // Focus given to the screen (a tab switch) goes to the input line. Not a
+    // focus proxy: the Tab walk would stop at the screen and jump to the line.
+    QWidget::focusInEvent(event);
+    input->setFocus(event->reason());
 }
 
 void GameScreen::addScreenShortcuts()
@@ -152,6 +177,7 @@ void GameScreen::addScreenShortcuts()
     auto* clear = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_K), this);
     clear->setContext(Qt::WindowShortcut);
     connect(clear, &QShortcut::activated, terminal, &TerminalWidget::clearTerminal);
+    screenShortcuts = {findShortcut, escape, clear};
 }
 
 void GameScreen::wireSignals()
@@ -164,7 +190,8 @@ void GameScreen::wireSignals()
     connect(session, &GameSession::keyBindingsChanged, this, &GameScreen::onKeyBindingsChanged);
     connect(terminal, &TerminalWidget::frozenChanged, this, &GameScreen::onTerminalFrozenChanged);
     connect(findBar, &FindBar::closed, input, qOverload<>(&QWidget::setFocus));
-    connect(input, &QLineEdit::returnPressed, this, &GameScreen::onInputSubmitted);
+    connect(input, &CommandInput::submitted, this, &GameScreen::onCommandEntered);
+    connect(input, &CommandInput::pageRequested, this, &GameScreen::onPageRequested);
     connect(sendButton, &QPushButton::clicked, this, &GameScreen::onInputSubmitted);
 
     // The session announced its bindings before this screen existed.
@@ -201,19 +228,20 @@ void GameScreen::onTerminalFrozenChanged(bool frozen)
 
 void GameScreen::onInputSubmitted()
 {
-    const QString text = input->text();
-    input->clear();
-    // An empty line is a real command to the game (it often redraws the prompt).
-    session->sendCommand(text);
-    history.record(text);
+    input->submit();
 }
 
-bool GameScreen::browseHistory(int key)
+void GameScreen::onCommandEntered(const QString& line)
 {
-    const std::optional<QString> text = key == Qt::Key_Up ? history.older(input->text()) : history.newer();
-    if (text)
-        input->setText(*text);
-    return true;
+    // An empty line is a real command to the game (it often redraws the prompt).
+    session->sendCommand(line);
+    history.record(line);
+}
+
+void GameScreen::onPageRequested(bool up)
+{
+    terminal->verticalScrollBar()->triggerAction(up ? QAbstractSlider::SliderPageStepSub
+                                                    : QAbstractSlider::SliderPageStepAdd);
 }
 
 bool GameScreen::eventFilter(QObject* watched, QEvent* event)
@@ -222,16 +250,7 @@ bool GameScreen::eventFilter(QObject* watched, QEvent* event)
         return QWidget::eventFilter(watched, event);
     auto* key = static_cast<QKeyEvent*>(event);
 
-    if (watched == input) {
-        if (key->key() == Qt::Key_Up || key->key() == Qt::Key_Down)
-            return browseHistory(key->key());
-        if (key->key() == Qt::Key_PageUp || key->key() == Qt::Key_PageDown) {
-            terminal->verticalScrollBar()->triggerAction(key->key() == Qt::Key_PageUp
-                                                             ? QAbstractSlider::SliderPageStepSub
-                                                             : QAbstractSlider::SliderPageStepAdd);
-            return true;
-        }
-    } else if (watched == terminal) {
+    if (watched == terminal) {
         const bool modified = key->modifiers() & (Qt::ControlModifier | Qt::AltModifier);
         const bool printable = !key->text().isEmpty() && key->text().at(0).isPrint();
         const bool editing = key->key() == Qt::Key_Backspace || key->key() == Qt::Key_Delete;
@@ -279,10 +298,12 @@ void GameScreen::onKeyBindingsChanged(const QList<KeyBinding>& bindings)
 {
     qDeleteAll(keyShortcuts);
     keyShortcuts.clear();
+    QList<QKeySequence> bound;
     for (const KeyBinding& binding : bindings) {
         const QKeySequence sequence(binding.keySequence);
         if (sequence.isEmpty())
             continue;
+        bound.append(sequence);
         auto* shortcut = new QShortcut(sequence, this);
         shortcut->setContext(Qt::WindowShortcut);
         const QString keyText = binding.keySequence;
@@ -290,4 +311,8 @@ void GameScreen::onKeyBindingsChanged(const QList<KeyBinding>& bindings)
                 [this, keyText] { session->triggerKeyBinding(keyText); });
         keyShortcuts.append(shortcut);
     }
+    // Two shortcuts on one key cancel each other out; the player's binding
+    // is the one that was asked for.
+    for (QShortcut* own : std::as_const(screenShortcuts))
+        own->setEnabled(!bound.contains(own->key()));
 }

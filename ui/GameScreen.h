@@ -15,7 +15,7 @@ class ScriptEditor;
 class SidePanel;
 class TerminalWidget;
 class QLabel;
-class QLineEdit;
+class CommandInput;
 class QPushButton;
 class QShortcut;
 
@@ -48,23 +48,28 @@ public slots:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
 
 private:
     void setupUi();
-    QWidget* buildToolbar();
+    QWidget* buildToolbar(QList<QWidget*>& buttons);
     void addScreenShortcuts();
     void wireSignals();
 
-    bool browseHistory(int key);
+    void setupFocusChain(const QList<QWidget*>& toolbarButtons);
+    void onCommandEntered(const QString& line);
+    void onPageRequested(bool up);
     void openSettings();
     void openScriptEditor(const QString& tab);
 
     GameSession* session;
     CommandHistory history;
     QList<QShortcut*> keyShortcuts;
+    // The screen's own shortcuts; a player's key binding on the same keys wins.
+    QList<QShortcut*> screenShortcuts;
 
     TerminalWidget* terminal = nullptr;
-    QLineEdit* input = nullptr;
+    CommandInput* input = nullptr;
     QPushButton* sendButton = nullptr;
     FindBar* findBar = nullptr;
     QLabel* statusLabel = nullptr;

@@ -4,6 +4,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -29,6 +30,9 @@ SidePanel::SidePanel(GameSession* session, QWidget* parent)
 
     sideTabs = new QTabWidget(this);
     sideTabs->setAccessibleName(tr("Side panels"));
+    // Only the bar is a stop of the Tab cycle (see ChannelPanel).
+    sideTabs->setFocusProxy(nullptr);
+    sideTabs->setFocusPolicy(Qt::NoFocus);
     channelPanel = new ChannelPanel(sideTabs);
     sideTabs->addTab(channelPanel, QStringLiteral("Channels"));
     sideTabs->addTab(buildStatsTab(), QStringLiteral("Stats"));
@@ -94,6 +98,12 @@ QWidget* SidePanel::buildRoomTab()
     layout->addWidget(new QLabel(QStringLiteral("Players/NPCs:"), page));
     layout->addWidget(roomCharacters, 1);
     return page;
+}
+
+QList<QWidget*> SidePanel::focusOrder() const
+{
+    return QList<QWidget*>{sideTabs->tabBar()} + channelPanel->focusOrder() +
+           QList<QWidget*>{affectsList, roomCharacters};
 }
 
 void SidePanel::onMsdpUpdated(const QString& name, const QString& value)

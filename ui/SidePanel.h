@@ -24,7 +24,8 @@ public:
     SidePanel(GameSession* session, QWidget* parent);
 
     ChannelPanel* getChannelPanel() const { return channelPanel; }
-    QTabWidget* getTabs() const { return sideTabs; }
+    // The side tabs' bar, then what the tabs hold, in the order Tab visits them.
+    QList<QWidget*> focusOrder() const;
 
 public slots:
     void onMsdpUpdated(const QString& name, const QString& value);

@@ -416,6 +416,16 @@ QString comboLabelStyleSheet()
     return QStringLiteral("color: %1; font-weight: bold;").arg(kHighlight);
 }
 
+QString compactButtonStyleSheet()
+{
+    return QStringLiteral("QPushButton { padding: 6px 8px; }");
+}
+
+QString findMessageStyleSheet()
+{
+    return QStringLiteral("color: %1;").arg(kOpponentName);
+}
+
 QString applicationStyleSheet()
 {
     return withPalette(QString::fromUtf8(kApplicationSheet));

@@ -64,6 +64,11 @@ QString statusLabelStyleSheet();
 QString pausedLabelStyleSheet();
 // The combo counter above the side tabs.
 QString comboLabelStyleSheet();
+// A button with a one-glyph label (the find bar's close button): less side
+// padding, so the glyph is not cut off.
+QString compactButtonStyleSheet();
+// The find bar's "not found" message.
+QString findMessageStyleSheet();
 // Rules for every standard widget, meant for QApplication::setStyleSheet.
 QString applicationStyleSheet();
 // The main window's session tabs: a flat pane on the component background.
