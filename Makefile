@@ -13,7 +13,16 @@ CMAKE_FLAGS ?=
 deps:
 	@tools/install-deps.sh
 
+# A checkout that was moved or copied keeps a CMake cache naming the old
+# folders, and CMake refuses it; such a cache is dropped and made again here.
+CACHE := $(BUILD_DIR)/CMakeCache.txt
+
 configure: deps
+	@if [ -f $(CACHE) ] && ! { grep -qxF 'CMAKE_HOME_DIRECTORY:INTERNAL=$(CURDIR)' $(CACHE) && \
+	    grep -qxF 'CMAKE_CACHEFILE_DIR:INTERNAL=$(abspath $(BUILD_DIR))' $(CACHE); }; then \
+	  echo "$(BUILD_DIR) was configured for another checkout; configuring it again for this one."; \
+	  rm -rf $(CACHE) $(BUILD_DIR)/CMakeFiles; \
+	fi
 	@cmake -S . -B $(BUILD_DIR) -G Ninja $(CMAKE_FLAGS) >/dev/null
 
 build: configure

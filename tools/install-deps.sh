@@ -21,6 +21,15 @@ if [[ $(id -u) -ne 0 ]]; then
   command -v sudo >/dev/null || { echo "Need root or sudo to install: ${missing[*]}" >&2; exit 1; }
   sudo="sudo"
 fi
+# apt and dpkg print hundreds of lines even when asked to be quiet; they go to
+# a log that is shown only when something fails.
+log=$(mktemp "${TMPDIR:-/tmp}/olvex-install-deps.XXXXXX")
+trap 'rm -f "$log"' EXIT
 export DEBIAN_FRONTEND=noninteractive
-$sudo apt-get update -qq
-$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+if ! { $sudo apt-get update -qq && $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"; } \
+    >"$log" 2>&1; then
+  cat "$log" >&2
+  echo "Installing the packages above failed." >&2
+  exit 1
+fi
+echo "Installed ${#missing[@]} package(s)."

@@ -2,6 +2,8 @@
 
 #include <QDialog>
 
+#include "ui/Theme.h"
+
 class QCheckBox;
 class QLabel;
 class QSlider;
@@ -13,9 +15,9 @@ class SettingsDialog final : public QDialog {
     Q_DISABLE_COPY_MOVE(SettingsDialog)
 
 public:
-    static constexpr int kMinFontSize = 6;
-    static constexpr int kMaxFontSize = 24;
-    static constexpr int kDefaultFontSize = 10;
+    static constexpr int kMinFontSize = Theme::kMinFontSize;
+    static constexpr int kMaxFontSize = Theme::kMaxFontSize;
+    static constexpr int kDefaultFontSize = Theme::kDefaultFontSize;
 
     explicit SettingsDialog(QWidget* parent = nullptr);
 
