@@ -146,12 +146,16 @@ void GameScreen::wireSignals()
     connect(findBar, &FindBar::closed, input, qOverload<>(&QWidget::setFocus));
     connect(input, &CommandInput::submitted, this, &GameScreen::onCommandEntered);
     connect(input, &CommandInput::pageRequested, this, &GameScreen::onPageRequested);
+    connect(input, &CommandInput::completionRequested, this, &GameScreen::onCompletionRequested);
     connect(sendButton, &QPushButton::clicked, this, &GameScreen::onInputSubmitted);
     connect(toolbar, &GameToolbar::scriptEditorRequested, this, &GameScreen::openScriptEditor);
     connect(toolbar, &GameToolbar::reconnectRequested, this, &GameScreen::reconnect);
     connect(toolbar, &GameToolbar::settingsRequested, this, &GameScreen::openSettings);
     connect(toolbar, &GameToolbar::profilesRequested, this, &GameScreen::profiles);
     connect(toolbar, &GameToolbar::disconnectRequested, this, &GameScreen::disconnect);
+    ScriptEngine* engine = session->getScriptEngine();
+    connect(engine, &ScriptEngine::luaError, this, &GameScreen::onLuaError);
+    connect(engine, &ScriptEngine::echoText, this, &GameScreen::onEchoText);
     // A trigger's highlight is asked for just before its line is handed on.
     connect(session->getScriptEngine(), &ScriptEngine::lineHighlight, this,
             [this] { highlightPending = true; });
@@ -180,6 +184,8 @@ void GameScreen::onSessionTextReceived(const QString& text)
     terminal->appendAnsiText(text);
     if (text.isEmpty())
         return;
+    if (conveniencesEnabled())
+        completer.addText(AnsiParser::plainText(text));
     const bool highlighted = std::exchange(highlightPending, false);
     emit outputArrived(highlighted);
 }
@@ -247,9 +253,41 @@ void GameScreen::onInputSubmitted()
 
 void GameScreen::onCommandEntered(const QString& line)
 {
+    // Shown as typed, in a colour of its own, and never seen by the triggers.
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(Theme::ansiColored(Theme::kEchoColor, line) + QLatin1Char('\n'));
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
     history.record(line);
+}
+
+void GameScreen::onCompletionRequested()
+{
+    if (!conveniencesEnabled())
+        return;
+    if (const auto completion = completer.complete(input->text(), input->cursorPosition())) {
+        input->setText(completion->line);
+        input->setCursorPosition(completion->cursor);
+    }
+}
+
+void GameScreen::onLuaError(const QString& message)
+{
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(
+            Theme::ansiColored(Theme::kErrorColor, QStringLiteral("[Lua error] ") + message) +
+            QLatin1Char('\n'));
+}
+
+void GameScreen::onEchoText(const QString& text)
+{
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
+}
+
+bool GameScreen::conveniencesEnabled() const
+{
+    return session->isFeatureEnabled(GameFeature::ClientConveniences);
 }
 
 void GameScreen::onPageRequested(bool up)

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "session/CommandHistory.h"
+#include "session/WordCompleter.h"
 #include "storage/Scripts.h"
 
 class ChannelPanel;
@@ -73,11 +74,16 @@ private:
     void setupFocusChain();
     void onCommandEntered(const QString& line);
     void onPageRequested(bool up);
+    void onCompletionRequested();
+    void onLuaError(const QString& message);
+    void onEchoText(const QString& text);
+    bool conveniencesEnabled() const;
     void openSettings();
     void openScriptEditor(const QString& tab);
 
     GameSession* session;
     CommandHistory history;
+    WordCompleter completer;
     QList<QShortcut*> keyShortcuts;
     // The screen's own shortcuts; a player's key binding on the same keys wins.
     QList<QShortcut*> screenShortcuts;
