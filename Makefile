@@ -1,7 +1,9 @@
 # make run   installs what is missing, builds and starts the client
 # make test  installs what is missing, builds and runs every test
-# make bench builds Release (build-release), compares the client with TinTin++
-#            and writes docs/performance.md
+# make bench builds Release (build-release), compares the client with TinTin++,
+#            TinyFugue and KBtin and writes docs/performance.md
+# make reliability  plays hostile servers against the client and writes
+#            docs/reliability.md
 BUILD_DIR ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
@@ -35,6 +37,9 @@ test: build
 clean:
 	rm -rf $(BUILD_DIR)
 
-.PHONY: bench
+.PHONY: bench reliability
 bench: deps
 	@bench/run-comparison.sh
+
+reliability: deps
+	@bench/run-reliability.sh

@@ -6,6 +6,7 @@
 //
 //   olvex-demo-server --bench-flood 100000 --port 0     (prints "listening P")
 //   bench_flood_client --port P                         (100 idle triggers)
+//   bench_flood_client --port P --standard --expect-last TEXT
 //   olvex-demo-server --bench-ping 1000 --port 0
 //   bench_flood_client --port P --ping
 //
@@ -13,15 +14,19 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <cstdio>
 
 #include "BenchSupport.h"
 #include "app/MainWindow.h"
+#include "session/GameFeature.h"
 #include "session/GameSession.h"
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
+#include "terminal/TerminalWidget.h"
+#include "ui/GameScreen.h"
 
 namespace {
 
@@ -43,8 +48,14 @@ int main(int argc, char** argv)
     const QCommandLineOption triggersOption(QStringLiteral("idle-triggers"),
                                             QStringLiteral("Triggers that never fire (default 100)."),
                                             QStringLiteral("N"), QStringLiteral("100"));
+    const QCommandLineOption standardOption(
+        QStringLiteral("standard"),
+        QStringLiteral("Play with the standard telnet and conveniences switches on."));
+    const QCommandLineOption lastOption(QStringLiteral("expect-last"),
+                                        QStringLiteral("Report whether this text is on screen at the end."),
+                                        QStringLiteral("TEXT"));
     options.addHelpOption();
-    options.addOptions({portOption, pingOption, triggersOption});
+    options.addOptions({portOption, pingOption, triggersOption, standardOption, lastOption});
     options.process(app);
     const int port = options.value(portOption).toInt();
     if (port <= 0) {
@@ -70,6 +81,9 @@ int main(int argc, char** argv)
             bench::answerTrigger(QStringLiteral("BENCH-SENTINEL-END"), false, QStringLiteral("BENCH-ACK")));
     Storage::instance()->setCharacters({character});
     Storage::instance()->setScripts(character, scripts);
+    if (options.isSet(standardOption))
+        Storage::instance()->setEnabledFeatures(
+            character, {int(GameFeature::StandardTelnet), int(GameFeature::ClientConveniences)});
 
     MainWindow window;
     window.show();
@@ -90,8 +104,17 @@ int main(int argc, char** argv)
     });
     const double cpuStart = bench::processCpuSeconds();
     app.exec();
-    std::printf("client peak_rss_kb=%ld cpu_s=%.3f\n", bench::statusKilobytes("VmHWM"),
-                bench::processCpuSeconds() - cpuStart);
+    const double cpuSeconds = bench::processCpuSeconds() - cpuStart;
+    std::printf("client peak_rss_kb=%ld cpu_s=%.3f", bench::statusKilobytes("VmHWM"), cpuSeconds);
+    // The flood's last line must have reached the terminal, not just the
+    // triggers: a client that skipped text would answer early.
+    if (options.isSet(lastOption)) {
+        const auto* screen = window.findChild<GameScreen*>();
+        const bool seen =
+            screen && !screen->getTerminal()->document()->find(options.value(lastOption)).isNull();
+        std::printf(" last_seen=%d", seen ? 1 : 0);
+    }
+    std::printf("\n");
     std::fflush(stdout);
     return status;
 }

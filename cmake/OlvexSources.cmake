@@ -75,6 +75,15 @@ function(olvex_add_benchmarks)
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/bench)
     target_link_libraries(${name} PRIVATE olvexui)
   endforeach()
+  # The hostile server compresses its MCCP2 streams itself; without zlib's
+  # headers it is left out of the default build (bench/run-reliability.sh
+  # installs them).
+  find_package(ZLIB QUIET)
+  if(ZLIB_FOUND)
+    target_link_libraries(bench_hostile_server PRIVATE ZLIB::ZLIB)
+  else()
+    set_target_properties(bench_hostile_server PROPERTIES EXCLUDE_FROM_ALL TRUE)
+  endif()
 endfunction()
 
 # tests/fuzz/fuzz_*.cpp: libFuzzer targets, built with clang only.

@@ -156,6 +156,35 @@ QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input)
     return runs;
 }
 
+QString AnsiParser::plainText(const QString& input)
+{
+    if (!input.contains(QChar(kEscape)))
+        return input;
+    // The same two passes as parse(): other sequences first, then SGR, since
+    // removing one can complete the other.
+    const QString text = stripNonSgrSequences(input);
+    const QStringView view(text);
+    const qsizetype size = view.size();
+    QString plain;
+    plain.reserve(size);
+    qsizetype last = 0;
+    qsizetype pos = text.indexOf(QChar(kEscape));
+    while (pos >= 0 && pos < size) {
+        if (startsControlSequence(view, pos)) {
+            const qsizetype parametersEnd = skipSgrParameters(view, pos + 2);
+            if (parametersEnd < size && view[parametersEnd] == u'm') {
+                plain.append(view.mid(last, pos - last));
+                last = parametersEnd + 1;
+                pos = text.indexOf(QChar(kEscape), last);
+                continue;
+            }
+        }
+        pos = text.indexOf(QChar(kEscape), pos + 1);
+    }
+    plain.append(view.mid(last));
+    return plain;
+}
+
 void AnsiParser::applySgrParameters(QStringView parameters)
 {
     if (parameters.isEmpty()) {

@@ -30,6 +30,12 @@ public:
     // The format of the reset state, for callers that need a neutral format.
     const QTextCharFormat& getCurrentFormat() const { return currentFormat; }
 
+    // The text a parse would show, without its formats: every escape sequence
+    // that parse() consumes is removed, a lone ESC or an unfinished sequence
+    // stays. For places that show game text without colours (list items,
+    // trigger input), so they strip exactly what the terminal hides.
+    static QString plainText(const QString& text);
+
     static QColor colorFrom256(int index);
     static QColor getColorFromCode(int code);
 

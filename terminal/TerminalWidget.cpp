@@ -16,12 +16,11 @@
 #include <optional>
 #include <utility>
 
+#include "ui/Theme.h"
+
 namespace {
 
 constexpr int kDefaultScrollback = 5000;
-constexpr int kDefaultFontSize = 10;
-constexpr int kMinFontSize = 6;
-constexpr int kMaxFontSize = 24;
 constexpr int kLineHeightPercent = 120;
 // Within this many lines of the bottom the view counts as following the output.
 constexpr int kLiveTailSlack = 10;
@@ -34,8 +33,6 @@ constexpr qsizetype kMaxGlyphCachedBlockLength = 4096;
 
 const QColor kHighlightColor(70, 130, 180);
 const QColor kFindHighlightColor(255, 255, 0, 100);
-const char* const kStyleSheet = "QPlainTextEdit { background-color: #000000; } "
-                                "QAbstractScrollArea { background-color: #000000; }";
 
 // Characters at which QTextCursor::insertText starts a new block.
 bool breaksBlock(QChar c)
@@ -100,7 +97,7 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     document()->setUndoRedoEnabled(false);
     document()->setMaximumBlockCount(kDefaultScrollback);
 
-    QFont terminalFont(QStringLiteral("Courier New"), kDefaultFontSize);
+    QFont terminalFont(QStringLiteral("Courier New"), Theme::kDefaultFontSize);
     terminalFont.setFixedPitch(true);
     terminalFont.setStyleStrategy(QFont::PreferAntialias);
     setFont(terminalFont);
@@ -115,7 +112,7 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     setPalette(colors);
     viewport()->setPalette(colors);
     viewport()->setAutoFillBackground(true);
-    setStyleSheet(QString::fromLatin1(kStyleSheet));
+    setStyleSheet(Theme::terminalStyleSheet());
     // An opaque viewport spares every parent widget a repaint of this area
     // for each new line; paintEvent then clears what the text does not cover.
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
@@ -291,7 +288,7 @@ void TerminalWidget::clearTerminal()
 
 void TerminalWidget::setFontSize(int size)
 {
-    if (size < kMinFontSize || size > kMaxFontSize)
+    if (size < Theme::kMinFontSize || size > Theme::kMaxFontSize)
         return;
     fontSize = size;
     QFont sized = font();

@@ -6,7 +6,9 @@
 #include <QScrollBar>
 #include <QStyle>
 #include <QStyleOptionViewItem>
+#include <QTabBar>
 #include <QTabWidget>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "ui/Theme.h"
@@ -33,6 +35,14 @@ ChannelPanel::ChannelPanel(QWidget* parent)
     // the tab bar instead of squeezing the names.
     tabs->setUsesScrollButtons(true);
     tabs->setElideMode(Qt::ElideNone);
+    // The tab bar and the lists are the stops of the Tab cycle; the tab widget
+    // itself would be a second stop that only forwards to its bar, on the
+    // forward walk alone. The arrow keys scroll the bar, so its scroll
+    // buttons need no stop either.
+    tabs->setFocusProxy(nullptr);
+    tabs->setFocusPolicy(Qt::NoFocus);
+    for (QToolButton* scroll : tabs->tabBar()->findChildren<QToolButton*>())
+        scroll->setFocusPolicy(Qt::NoFocus);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -68,7 +78,19 @@ int ChannelPanel::ensureChannel(const QString& name)
     });
     connect(bar, &QScrollBar::valueChanged, list,
             [this, list, bar](int value) { followsNewest[list] = value >= bar->maximum(); });
-    return tabs->addTab(list, name);
+    const int index = tabs->addTab(list, name);
+    // A channel that appears later joins the Tab order beside the others.
+    if (index > 0)
+        setTabOrder(tabs->widget(index - 1), list);
+    return index;
+}
+
+QList<QWidget*> ChannelPanel::focusOrder() const
+{
+    QList<QWidget*> order{tabs->tabBar()};
+    for (int i = 0; i < tabs->count(); ++i)
+        order.append(tabs->widget(i));
+    return order;
 }
 
 void ChannelPanel::addMessage(const QString& channel, const QString& text)

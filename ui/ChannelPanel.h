@@ -25,6 +25,8 @@ public:
     int ensureChannel(const QString& name);
     void addMessage(const QString& channel, const QString& text);
     void clearChannel(const QString& channel);
+    // Tab bar, then the channel lists, in the order Tab visits them.
+    QList<QWidget*> focusOrder() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

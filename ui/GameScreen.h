@@ -7,30 +7,25 @@
 
 #include "session/CommandHistory.h"
 #include "storage/Scripts.h"
-#include "terminal/AnsiParser.h"
 
-class GameSession;
-class TerminalWidget;
-class VitalsWidget;
-class OpponentWidget;
 class ChannelPanel;
+class FindBar;
+class GameSession;
 class ScriptEditor;
+class SidePanel;
+class TerminalWidget;
 class QLabel;
-class QLineEdit;
-class QListWidget;
+class CommandInput;
 class QPushButton;
 class QShortcut;
-class QTabWidget;
 
 // Everything the player sees of one session: the terminal, the input line with
-// its history, the find bar, the toolbar and the side panels fed by MSDP.
+// its history, the find bar, the toolbar and the side panel fed by MSDP.
 class GameScreen : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(GameScreen)
 
 public:
-    static constexpr qint64 kUnknownMaximum = 999999;
-
     GameScreen(GameSession* session, QWidget* parent);
     ~GameScreen() override;
 
@@ -46,7 +41,6 @@ public slots:
     void onSessionConnected();
     void onSessionDisconnected();
     void onSessionTextReceived(const QString& text);
-    void onMsdpUpdated(const QString& name, const QString& value);
     void onChannelMessage(const QString& channel, const QString& text);
     void onKeyBindingsChanged(const QList<KeyBinding>& bindings);
     void onTerminalFrozenChanged(bool frozen);
@@ -54,62 +48,33 @@ public slots:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
 
 private:
     void setupUi();
-    QWidget* buildToolbar();
-    QWidget* buildFindBar();
-    QWidget* buildSidePanel();
-    QWidget* buildStatsTab();
-    QWidget* buildAffectsTab();
-    QWidget* buildRoomTab();
+    QWidget* buildToolbar(QList<QWidget*>& buttons);
+    void addScreenShortcuts();
     void wireSignals();
 
-    bool browseHistory(int key);
-    void showFindBar();
-    void hideFindBar();
-    void onFindTextChanged(const QString& text);
-    void findNext(bool forward);
+    void setupFocusChain(const QList<QWidget*>& toolbarButtons);
+    void onCommandEntered(const QString& line);
+    void onPageRequested(bool up);
     void openSettings();
     void openScriptEditor(const QString& tab);
-    void updateOpponent();
 
     GameSession* session;
-    qint64 powerLevel = 0;
-    qint64 powerLevelMax = kUnknownMaximum;
-    qint64 ki = 0;
-    qint64 kiMax = kUnknownMaximum;
-    qint64 fatigue = 0;
-    qint64 fatigueMax = kUnknownMaximum;
-
     CommandHistory history;
     QList<QShortcut*> keyShortcuts;
+    // The screen's own shortcuts; a player's key binding on the same keys wins.
+    QList<QShortcut*> screenShortcuts;
 
     TerminalWidget* terminal = nullptr;
-    QLineEdit* input = nullptr;
+    CommandInput* input = nullptr;
     QPushButton* sendButton = nullptr;
-    QWidget* findBar = nullptr;
-    QLineEdit* findField = nullptr;
+    FindBar* findBar = nullptr;
     QLabel* statusLabel = nullptr;
     QLabel* pausedLabel = nullptr;
-    VitalsWidget* vitals = nullptr;
-    OpponentWidget* opponent = nullptr;
-    QLabel* comboLabel = nullptr;
-    QTabWidget* sideTabs = nullptr;
+    SidePanel* sidePanel = nullptr;
     ChannelPanel* channelPanel = nullptr;
-    QLabel* statName = nullptr;
-    QLabel* statRaceClass = nullptr;
-    QLabel* statLevel = nullptr;
-    QLabel* statPowerLevel = nullptr;
-    QLabel* statKi = nullptr;
-    QLabel* statFatigue = nullptr;
-    QLabel* statResistances = nullptr;
-    QLabel* statMagicPower = nullptr;
-    QListWidget* affectsList = nullptr;
-    QLabel* roomName = nullptr;
-    QLabel* roomExits = nullptr;
-    QListWidget* roomCharacters = nullptr;
     QPointer<ScriptEditor> scriptEditor;
-    // Channel lists show plain text; this parser only strips the escapes.
-    AnsiParser channelTextParser;
 };

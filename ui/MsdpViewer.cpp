@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "session/GameSession.h"
+#include "ui/Theme.h"
 
 MsdpViewer::MsdpViewer(QWidget* parent)
     : QWidget(parent)
@@ -16,7 +17,7 @@ MsdpViewer::MsdpViewer(QWidget* parent)
 
 void MsdpViewer::setupUi()
 {
-    setStyleSheet(QStringLiteral("background-color: #1a1a1a; color: #ffffff;"));
+    setStyleSheet(Theme::panelStyleSheet());
     auto* refresh = new QPushButton(QStringLiteral("Refresh"), this);
     connect(refresh, &QPushButton::clicked, this, &MsdpViewer::refreshMsdpTable);
     auto* topRow = new QHBoxLayout;

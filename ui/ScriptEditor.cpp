@@ -14,6 +14,7 @@
 #include "session/GameSession.h"
 #include "ui/QuickActionDialog.h"
 #include "ui/ScriptItemDialog.h"
+#include "ui/Theme.h"
 
 namespace {
 
@@ -170,7 +171,7 @@ ScriptEditor::ScriptEditor(QWidget* parent)
     : QWidget(parent)
 {
     setWindowTitle(QStringLiteral("Olvex — Scripts"));
-    setStyleSheet(QStringLiteral("background-color: #1a1a1a; color: #ffffff;"));
+    setStyleSheet(Theme::panelStyleSheet());
     resize(960, 620);
     tabs = new QTabWidget(this);
     auto* layout = new QVBoxLayout(this);

@@ -7,6 +7,8 @@
 
 #include "storage/Character.h"
 
+#include "ui/Theme.h"
+
 class QCheckBox;
 class QLabel;
 class QSlider;
@@ -20,9 +22,9 @@ class SettingsDialog final : public QDialog {
     Q_DISABLE_COPY_MOVE(SettingsDialog)
 
 public:
-    static constexpr int kMinFontSize = 6;
-    static constexpr int kMaxFontSize = 24;
-    static constexpr int kDefaultFontSize = 10;
+    static constexpr int kMinFontSize = Theme::kMinFontSize;
+    static constexpr int kMaxFontSize = Theme::kMaxFontSize;
+    static constexpr int kDefaultFontSize = Theme::kDefaultFontSize;
 
     explicit SettingsDialog(QWidget* parent = nullptr);
 

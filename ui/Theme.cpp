@@ -395,6 +395,37 @@ QString panelStyleSheet()
     return withPalette(QStringLiteral("background-color: @component@; color: @text@;"));
 }
 
+QString terminalStyleSheet()
+{
+    return QStringLiteral("QPlainTextEdit { background-color: #000000; } "
+                          "QAbstractScrollArea { background-color: #000000; }");
+}
+
+QString statusLabelStyleSheet()
+{
+    return withPalette(QStringLiteral("color: @muted@; font-size: 11px; padding: 0px 8px;"));
+}
+
+QString pausedLabelStyleSheet()
+{
+    return QStringLiteral("color: %1; font-weight: bold; padding: 0px 8px;").arg(kHighlight);
+}
+
+QString comboLabelStyleSheet()
+{
+    return QStringLiteral("color: %1; font-weight: bold;").arg(kHighlight);
+}
+
+QString compactButtonStyleSheet()
+{
+    return QStringLiteral("QPushButton { padding: 6px 8px; }");
+}
+
+QString findMessageStyleSheet()
+{
+    return QStringLiteral("color: %1;").arg(kOpponentName);
+}
+
 QString applicationStyleSheet()
 {
     return withPalette(QString::fromUtf8(kApplicationSheet));

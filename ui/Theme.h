@@ -28,6 +28,10 @@ inline constexpr QLatin1String kTextMuted{"#999999"};
 inline constexpr QLatin1String kOpponentName{"#ff6b6b"};
 inline constexpr QLatin1String kOpponentHealth{"#ffaa00"};
 
+// Game screen labels: the toolbar's connection status, the "paused" mark and
+// the combo counter share the amber of the opponent's health.
+inline constexpr QLatin1String kHighlight{"#ffaa00"};
+
 // Object names that the application style sheet gives their own bar colours.
 inline constexpr QLatin1String kPowerLevelBar{"powerLevelBar"};
 inline constexpr QLatin1String kKiBar{"kiBar"};
@@ -37,6 +41,13 @@ inline constexpr QLatin1String kOpponentHealthBar{"opponentHealthBar"};
 // Family name of the monospaced font carried in the program's resources.
 inline constexpr QLatin1String kMonospaceFamily{"DejaVu Sans Mono"};
 
+// Point sizes the terminal accepts, and the one it starts with.
+inline constexpr int kMinFontSize = 6;
+inline constexpr int kMaxFontSize = 24;
+inline constexpr int kDefaultFontSize = 10;
+// The command line's text is a little larger than the output's.
+inline constexpr int kInputFontSize = 11;
+
 // Fills the @name@ placeholders of a style sheet with palette colours
 // (@accent@, @accentEnd@, @secondary@, @deep@, @panel@, @component@, @border@,
 // @text@, @soft@, @muted@, @hover@, @disabledText@, @disabledBorder@,
@@ -45,6 +56,19 @@ QString withPalette(QString sheet);
 // The sheet every side panel and small dialog carries:
 // "background-color: #1a1a1a; color: #ffffff;".
 QString panelStyleSheet();
+// The terminal: black behind the text and behind its scroll area.
+QString terminalStyleSheet();
+// The game toolbar's connection status text.
+QString statusLabelStyleSheet();
+// The toolbar's mark shown while the output is frozen.
+QString pausedLabelStyleSheet();
+// The combo counter above the side tabs.
+QString comboLabelStyleSheet();
+// A button with a one-glyph label (the find bar's close button): less side
+// padding, so the glyph is not cut off.
+QString compactButtonStyleSheet();
+// The find bar's "not found" message.
+QString findMessageStyleSheet();
 // Rules for every standard widget, meant for QApplication::setStyleSheet.
 QString applicationStyleSheet();
 // The main window's session tabs: a flat pane on the component background.

@@ -8,6 +8,7 @@
 
 #include "script/ScriptEngine.h"
 #include "session/GameSession.h"
+#include "ui/Theme.h"
 
 TriggerDebugger::TriggerDebugger(QWidget* parent)
     : QWidget(parent)
@@ -17,7 +18,7 @@ TriggerDebugger::TriggerDebugger(QWidget* parent)
 
 void TriggerDebugger::setupUi()
 {
-    setStyleSheet(QStringLiteral("background-color: #1a1a1a; color: #ffffff;"));
+    setStyleSheet(Theme::panelStyleSheet());
     auto* clear = new QPushButton(QStringLiteral("Clear"), this);
     connect(clear, &QPushButton::clicked, this, &TriggerDebugger::onClearDebugLog);
     auto* topRow = new QHBoxLayout;

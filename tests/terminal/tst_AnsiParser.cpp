@@ -112,8 +112,10 @@ void tst_AnsiParser::stripsOtherControlSequences()
                                                   {"abc\033[12", "abc\033[12"},
                                                   {"a\033[1{\033[31mb", "a\033[1{b"},
                                                   {"\033\033[2J[31mX", "X"}};
-    for (const auto& [input, text] : cases)
+    for (const auto& [input, text] : cases) {
         QCOMPARE(joinedText(AnsiParser().parse(input)), text);
+        QCOMPARE(AnsiParser::plainText(input), text);
+    }
 
     // The scanner replaces a regular expression; random streams built from the
     // characters that matter must come out as the expression would leave them.
@@ -130,6 +132,7 @@ void tst_AnsiParser::stripsOtherControlSequences()
         expected.remove(nonSgr).remove(sgr);
         AnsiParser parser;
         QCOMPARE(joinedText(parser.parse(input)), expected);
+        QCOMPARE(AnsiParser::plainText(input), expected);
     }
 }
 

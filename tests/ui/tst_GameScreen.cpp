@@ -1,7 +1,12 @@
+#include <QAccessible>
 #include <QApplication>
+#include <QClipboard>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QtTest>
@@ -11,6 +16,7 @@
 #include "support/TestEnvironment.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/GameScreen.h"
+#include "ui/Theme.h"
 
 namespace {
 
@@ -32,6 +38,20 @@ QLabel* labelStartingWith(QWidget& root, const QString& prefix)
     return nullptr;
 }
 
+// The main window's session tabs, switching on Ctrl+PageUp/PageDown the keys
+// that the screen leaves to them.
+class SessionTabs : public QTabWidget {
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        const bool down = event->key() == Qt::Key_PageDown;
+        if (event->modifiers() == Qt::ControlModifier && (down || event->key() == Qt::Key_PageUp))
+            setCurrentIndex((currentIndex() + (down ? 1 : count() - 1)) % count());
+        else
+            QTabWidget::keyPressEvent(event);
+    }
+};
+
 } // namespace
 
 class tst_GameScreen : public QObject {
@@ -44,6 +64,10 @@ private slots:
     void keysOnTheShownScreen();
     void channelLinesArePlain_data();
     void channelLinesArePlain();
+    void playerBindingBeatsScreenShortcut();
+    void inputLineKeys();
+    void focusCycleReachesEveryControl();
+    void findBarReportsMisses();
 
 private:
     std::unique_ptr<QTcpServer> server;
@@ -193,6 +217,170 @@ void tst_GameScreen::channelLinesArePlain()
     QVERIFY(ooc);
     QCOMPARE(ooc->count(), 1);
     QCOMPARE(ooc->item(0)->text(), shown);
+}
+
+// Accepts the session's connection and collects what the client sends.
+struct Peer {
+    std::unique_ptr<QTcpSocket> socket;
+    QByteArray received;
+    bool waitFor(const QByteArray& tail)
+    {
+        return QTest::qWaitFor([&] { return (received += socket->readAll()).endsWith(tail); }, 5000);
+    }
+};
+
+static Peer acceptPeer(QTcpServer& server, GameSession& session)
+{
+    Peer peer;
+    if (QTest::qWaitFor([&] { return server.hasPendingConnections(); }, 5000) &&
+        QTest::qWaitFor([&] { return session.isConnected(); }, 5000))
+        peer.socket.reset(server.nextPendingConnection());
+    return peer;
+}
+
+void tst_GameScreen::playerBindingBeatsScreenShortcut()
+{
+    Scripts scripts;
+    scripts.keyBindings = {{"clear", "Ctrl+K", "say mine", "", true}};
+    Storage::instance()->setScripts(hero, scripts);
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    Peer peer = acceptPeer(*server, session);
+    QVERIFY(peer.socket);
+    screen.getTerminal()->appendAnsiText("kept\n");
+    QTest::keyClick(lineEdit(screen), Qt::Key_K, Qt::ControlModifier);
+    QVERIFY(peer.waitFor("say mine\r\n"));
+    QVERIFY(screen.getTerminal()->toPlainText().contains("kept"));
+
+    // Without the binding the screen's own Ctrl+K clears the output again.
+    session.updateScripts(Scripts());
+    QTest::keyClick(lineEdit(screen), Qt::Key_K, Qt::ControlModifier);
+    QVERIFY(!screen.getTerminal()->toPlainText().contains("kept"));
+}
+
+void tst_GameScreen::inputLineKeys()
+{
+    SessionTabs sessions;
+    auto* other = new QWidget;
+    sessions.addTab(other, "Characters");
+    GameSession session(hero, nullptr);
+    auto* screen = new GameScreen(&session, nullptr);
+    sessions.addTab(screen, "Hero");
+    sessions.setCurrentWidget(screen);
+    sessions.resize(1000, 700);
+    sessions.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&sessions));
+    Peer peer = acceptPeer(*server, session);
+    QVERIFY(peer.socket);
+    QLineEdit* input = lineEdit(*screen);
+    input->setFocus();
+
+    // Tab keeps the half-typed line and the focus.
+    QTest::keyClicks(input, "say hel");
+    QTest::keyClick(input, Qt::Key_Tab);
+    QTest::keyClicks(input, "lo there");
+    QCOMPARE(input->text(), "say hello there");
+    QVERIFY(input->hasFocus());
+
+    // Pasted lines go out one by one, joined with what was typed around them.
+    input->setCursorPosition(4);
+    QGuiApplication::clipboard()->setText("north\r\nsouth\n\nlook\n");
+    QTest::keyClick(input, Qt::Key_V, Qt::ControlModifier);
+    QVERIFY(peer.waitFor("say north\r\nsouth\r\n\r\nlook\r\nhello there\r\n"));
+    QCOMPARE(input->text(), QString());
+    QCOMPARE(screen->getHistory().mid(0, 4), QStringList({"hello there", "look", "south", "say north"}));
+
+    // PageUp scrolls back and the view stays there while the game goes on.
+    TerminalWidget* terminal = screen->getTerminal();
+    for (int i = 0; i < 300; ++i)
+        terminal->appendAnsiText(QString("line %1\n").arg(i));
+    QTest::qWait(50);
+    QScrollBar* bar = terminal->verticalScrollBar();
+    QCOMPARE(bar->value(), bar->maximum());
+    for (int i = 0; i < 3; ++i)
+        QTest::keyClick(input, Qt::Key_PageUp);
+    const int scrolledTo = bar->value();
+    QVERIFY(scrolledTo < bar->maximum() - 10);
+    for (int i = 0; i < 50; ++i)
+        terminal->appendAnsiText(QString("more %1\n").arg(i));
+    QTest::qWait(50);
+    QCOMPARE(bar->value(), scrolledTo);
+
+    // Ctrl+PageUp/PageDown belong to the session tabs.
+    QTest::keyClick(input, Qt::Key_PageDown, Qt::ControlModifier);
+    QCOMPARE(sessions.currentIndex(), 0);
+    QCOMPARE(bar->value(), scrolledTo);
+}
+
+void tst_GameScreen::focusCycleReachesEveryControl()
+{
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    screen.resize(1300, 760);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+
+    QList<QWidget*> reachable;
+    for (QWidget* widget : screen.findChildren<QWidget*>()) {
+        if (widget->isVisible() && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus))
+            reachable << widget;
+    }
+    // Walk from the (empty) input line with Tab, then back with Shift+Tab.
+    QWidget* start = lineEdit(screen);
+    start->setFocus();
+    QList<QWidget*> forward{start};
+    for (int i = 0; i < 100; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        if (QApplication::focusWidget() == start)
+            break;
+        forward << QApplication::focusWidget();
+    }
+    QCOMPARE(QApplication::focusWidget(), start);
+    QList<QWidget*> backward{start};
+    for (int i = 1; i < forward.size(); ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+        backward << QApplication::focusWidget();
+    }
+    std::reverse(backward.begin() + 1, backward.end());
+    QCOMPARE(backward, forward);
+    for (QWidget* widget : reachable) {
+        QVERIFY2(forward.contains(widget), widget->metaObject()->className());
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
+        QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), widget->metaObject()->className());
+    }
+}
+
+void tst_GameScreen::findBarReportsMisses()
+{
+    qApp->setStyleSheet(Theme::applicationStyleSheet());
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    screen.resize(1300, 760);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    screen.getTerminal()->appendAnsiText("a dragon appears\n");
+    QTest::keyClick(&screen, Qt::Key_F, Qt::ControlModifier);
+    QLineEdit* find = lineEdit(screen, "Search output...");
+    QWidget* bar = find->parentWidget();
+    for (QPushButton* button : bar->findChildren<QPushButton*>())
+        QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(button->text()));
+
+    QTest::keyClicks(find, "drag");
+    QCOMPARE(screen.getTerminal()->extraSelections().size(), 1);
+    const auto saysNotFound = [bar] {
+        QLabel* label = labelStartingWith(*bar, "Not found");
+        return label && label->isVisible();
+    };
+    QVERIFY(!saysNotFound());
+    QTest::keyClicks(find, "x");
+    QVERIFY(screen.getTerminal()->extraSelections().isEmpty());
+    QVERIFY(saysNotFound());
+    QTest::keyClick(find, Qt::Key_Backspace);
+    QCOMPARE(screen.getTerminal()->extraSelections().size(), 1);
+    QVERIFY(!saysNotFound());
+    qApp->setStyleSheet(QString());
 }
 
 OLVEX_TEST_MAIN(tst_GameScreen, QApplication)
