@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollBar>
@@ -21,6 +20,7 @@
 #include "ui/ChannelPanel.h"
 #include "ui/CommandInput.h"
 #include "ui/FindBar.h"
+#include "ui/GameToolbar.h"
 #include "ui/MsdpViewer.h"
 #include "ui/ScriptEditor.h"
 #include "ui/SettingsDialog.h"
@@ -69,8 +69,8 @@ void GameScreen::setupUi()
     auto* leftLayout = new QVBoxLayout(left);
     leftLayout->setContentsMargins(0, 0, 0, 0);
     leftLayout->setSpacing(6);
-    QList<QWidget*> toolbarButtons;
-    leftLayout->addWidget(buildToolbar(toolbarButtons));
+    toolbar = new GameToolbar(left);
+    leftLayout->addWidget(toolbar);
     leftLayout->addWidget(terminal, 1);
     findBar = new FindBar(terminal, left);
     leftLayout->addWidget(findBar);
@@ -90,66 +90,17 @@ void GameScreen::setupUi()
     layout->setContentsMargins(8, 8, 8, 8);
     layout->addWidget(splitter);
 
-    setupFocusChain(toolbarButtons);
+    setupFocusChain();
     addScreenShortcuts();
-}
-
-QWidget* GameScreen::buildToolbar(QList<QWidget*>& buttons)
-{
-    auto* bar = new QWidget(this);
-    bar->setObjectName(QStringLiteral("gameToolbar"));
-    auto* row = new QHBoxLayout(bar);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(4);
-
-    statusLabel = new QLabel(QStringLiteral("Disconnected"), bar);
-    statusLabel->setStyleSheet(Theme::statusLabelStyleSheet());
-    row->addWidget(statusLabel);
-
-    // "Keys" deliberately opens the quick actions page.
-    const QList<QPair<QString, QString>> scriptButtons = {
-        {QStringLiteral("Variables"), QStringLiteral("Variables")},
-        {QStringLiteral("Aliases"), QStringLiteral("Aliases")},
-        {QStringLiteral("Triggers"), QStringLiteral("Triggers")},
-        {QStringLiteral("Timers"), QStringLiteral("Timers")},
-        {QStringLiteral("Keys"), QStringLiteral("Quick Actions")},
-        {QStringLiteral("Lua"), QStringLiteral("Lua Scripts")},
-    };
-    for (const auto& [label, tab] : scriptButtons) {
-        auto* button = new QPushButton(label, bar);
-        button->setFocusPolicy(Qt::TabFocus);
-        connect(button, &QPushButton::clicked, this, [this, tab = tab] { openScriptEditor(tab); });
-        row->addWidget(button);
-        buttons.append(button);
-    }
-
-    pausedLabel = new QLabel(QStringLiteral("⏸ PAUSED"), bar);
-    pausedLabel->setStyleSheet(Theme::pausedLabelStyleSheet());
-    pausedLabel->hide();
-    row->addWidget(pausedLabel);
-    row->addStretch(1);
-
-    auto* settingsButton = new QPushButton(QStringLiteral("Settings"), bar);
-    auto* profilesButton = new QPushButton(QStringLiteral("Profiles"), bar);
-    auto* disconnectButton = new QPushButton(QStringLiteral("Disconnect"), bar);
-    for (QPushButton* b : {settingsButton, profilesButton, disconnectButton}) {
-        b->setFocusPolicy(Qt::TabFocus);
-        row->addWidget(b);
-        buttons.append(b);
-    }
-    connect(settingsButton, &QPushButton::clicked, this, &GameScreen::openSettings);
-    connect(profilesButton, &QPushButton::clicked, this, &GameScreen::profiles);
-    connect(disconnectButton, &QPushButton::clicked, this, &GameScreen::disconnect);
-    return bar;
 }
 
 // One Tab cycle through every control, in reading order: toolbar, output,
 // find bar, input line, side tabs. Shift+Tab walks the same chain backwards.
-void GameScreen::setupFocusChain(const QList<QWidget*>& toolbarButtons)
+void GameScreen::setupFocusChain()
 {
     terminal->setFocusPolicy(Qt::StrongFocus);
     terminal->setTabChangesFocus(true);
-    const QList<QWidget*> chain = toolbarButtons + QList<QWidget*>{terminal} + findBar->focusOrder() +
+    const QList<QWidget*> chain = toolbar->focusOrder() + QList<QWidget*>{terminal} + findBar->focusOrder() +
                                   QList<QWidget*>{input, sendButton} + sidePanel->focusOrder();
     for (qsizetype i = 1; i < chain.size(); ++i)
         setTabOrder(chain.at(i - 1), chain.at(i));
@@ -177,7 +128,10 @@ void GameScreen::addScreenShortcuts()
     auto* clear = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_K), this);
     clear->setContext(Qt::WindowShortcut);
     connect(clear, &QShortcut::activated, terminal, &TerminalWidget::clearTerminal);
-    screenShortcuts = {findShortcut, escape, clear};
+    auto* reconnectShortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_R), this);
+    reconnectShortcut->setContext(Qt::WindowShortcut);
+    connect(reconnectShortcut, &QShortcut::activated, this, &GameScreen::reconnect);
+    screenShortcuts = {findShortcut, escape, clear, reconnectShortcut};
 }
 
 void GameScreen::wireSignals()
@@ -192,7 +146,19 @@ void GameScreen::wireSignals()
     connect(findBar, &FindBar::closed, input, qOverload<>(&QWidget::setFocus));
     connect(input, &CommandInput::submitted, this, &GameScreen::onCommandEntered);
     connect(input, &CommandInput::pageRequested, this, &GameScreen::onPageRequested);
+    connect(input, &CommandInput::completionRequested, this, &GameScreen::onCompletionRequested);
     connect(sendButton, &QPushButton::clicked, this, &GameScreen::onInputSubmitted);
+    connect(toolbar, &GameToolbar::scriptEditorRequested, this, &GameScreen::openScriptEditor);
+    connect(toolbar, &GameToolbar::reconnectRequested, this, &GameScreen::reconnect);
+    connect(toolbar, &GameToolbar::settingsRequested, this, &GameScreen::openSettings);
+    connect(toolbar, &GameToolbar::profilesRequested, this, &GameScreen::profiles);
+    connect(toolbar, &GameToolbar::disconnectRequested, this, &GameScreen::disconnect);
+    ScriptEngine* engine = session->getScriptEngine();
+    connect(engine, &ScriptEngine::luaError, this, &GameScreen::onLuaError);
+    connect(engine, &ScriptEngine::echoText, this, &GameScreen::onEchoText);
+    // A trigger's highlight is asked for just before its line is handed on.
+    connect(session->getScriptEngine(), &ScriptEngine::lineHighlight, this,
+            [this] { highlightPending = true; });
 
     // The session announced its bindings before this screen existed.
     onKeyBindingsChanged(session->getScriptEngine()->scripts().keyBindings);
@@ -201,18 +167,27 @@ void GameScreen::wireSignals()
 void GameScreen::onSessionConnected()
 {
     terminal->appendAnsiText(QStringLiteral("\n[CONNECTED]\n"));
-    statusLabel->setText(QStringLiteral("Connected"));
+    toolbar->setConnected(true);
+    emit connectionStateChanged(true);
 }
 
 void GameScreen::onSessionDisconnected()
 {
     terminal->appendAnsiText(QStringLiteral("\n[DISCONNECTED]\n"));
-    statusLabel->setText(QStringLiteral("Disconnected"));
+    toolbar->setConnected(false);
+    toolbar->offerReconnect(true);
+    emit connectionStateChanged(false);
 }
 
 void GameScreen::onSessionTextReceived(const QString& text)
 {
     terminal->appendAnsiText(text);
+    if (text.isEmpty())
+        return;
+    if (conveniencesEnabled())
+        completer.addText(AnsiParser::plainText(text));
+    const bool highlighted = std::exchange(highlightPending, false);
+    emit outputArrived(highlighted);
 }
 
 void GameScreen::onChannelMessage(const QString& channel, const QString& text)
@@ -223,7 +198,52 @@ void GameScreen::onChannelMessage(const QString& channel, const QString& text)
 
 void GameScreen::onTerminalFrozenChanged(bool frozen)
 {
-    pausedLabel->setVisible(frozen);
+    toolbar->setPaused(frozen);
+}
+
+void GameScreen::reconnect()
+{
+    // Nothing to do while the link is up; the same session connects again,
+    // so scrollback, MSDP values, variables and features stay.
+    if (session->isConnected())
+        return;
+    toolbar->offerReconnect(false);
+    session->connect();
+}
+
+void GameScreen::setLogFile(const QString& path)
+{
+    terminal->setLogging(!path.isEmpty(), path);
+}
+
+bool GameScreen::isLogging() const
+{
+    return terminal->getLogging();
+}
+
+void GameScreen::setTimestampsEnabled(bool enabled)
+{
+    terminal->setTimestamps(enabled);
+}
+
+bool GameScreen::timestampsEnabled() const
+{
+    return terminal->getTimestamps();
+}
+
+void GameScreen::setOutputFrozen(bool frozen)
+{
+    terminal->setFrozen(frozen);
+}
+
+bool GameScreen::isOutputFrozen() const
+{
+    return terminal->isFrozen();
+}
+
+void GameScreen::clearOutput()
+{
+    terminal->clearTerminal();
 }
 
 void GameScreen::onInputSubmitted()
@@ -233,9 +253,41 @@ void GameScreen::onInputSubmitted()
 
 void GameScreen::onCommandEntered(const QString& line)
 {
+    // Shown as typed, in a colour of its own, and never seen by the triggers.
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(Theme::ansiColored(Theme::kEchoColor, line) + QLatin1Char('\n'));
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
     history.record(line);
+}
+
+void GameScreen::onCompletionRequested()
+{
+    if (!conveniencesEnabled())
+        return;
+    if (const auto completion = completer.complete(input->text(), input->cursorPosition())) {
+        input->setText(completion->line);
+        input->setCursorPosition(completion->cursor);
+    }
+}
+
+void GameScreen::onLuaError(const QString& message)
+{
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(
+            Theme::ansiColored(Theme::kErrorColor, QStringLiteral("[Lua error] ") + message) +
+            QLatin1Char('\n'));
+}
+
+void GameScreen::onEchoText(const QString& text)
+{
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
+}
+
+bool GameScreen::conveniencesEnabled() const
+{
+    return session->isFeatureEnabled(GameFeature::ClientConveniences);
 }
 
 void GameScreen::onPageRequested(bool up)

@@ -6,15 +6,16 @@
 #include <QWidget>
 
 #include "session/CommandHistory.h"
+#include "session/WordCompleter.h"
 #include "storage/Scripts.h"
 
 class ChannelPanel;
 class FindBar;
+class GameToolbar;
 class GameSession;
 class ScriptEditor;
 class SidePanel;
 class TerminalWidget;
-class QLabel;
 class CommandInput;
 class QPushButton;
 class QShortcut;
@@ -33,11 +34,26 @@ public:
     TerminalWidget* getTerminal() const { return terminal; }
     QStringList getHistory() const { return history.entries(); }
 
+    bool isLogging() const;
+    bool timestampsEnabled() const;
+    bool isOutputFrozen() const;
+
 signals:
     void disconnect();
     void profiles();
+    // New server output was shown; highlighted when a trigger coloured a line.
+    void outputArrived(bool highlighted);
+    void connectionStateChanged(bool connected);
 
 public slots:
+    // The same session connects again (Ctrl+R, the Reconnect button).
+    void reconnect();
+    // An empty path stops logging.
+    void setLogFile(const QString& path);
+    void setTimestampsEnabled(bool enabled);
+    void setOutputFrozen(bool frozen);
+    void clearOutput();
+
     void onSessionConnected();
     void onSessionDisconnected();
     void onSessionTextReceived(const QString& text);
@@ -52,28 +68,32 @@ protected:
 
 private:
     void setupUi();
-    QWidget* buildToolbar(QList<QWidget*>& buttons);
     void addScreenShortcuts();
     void wireSignals();
 
-    void setupFocusChain(const QList<QWidget*>& toolbarButtons);
+    void setupFocusChain();
     void onCommandEntered(const QString& line);
     void onPageRequested(bool up);
+    void onCompletionRequested();
+    void onLuaError(const QString& message);
+    void onEchoText(const QString& text);
+    bool conveniencesEnabled() const;
     void openSettings();
     void openScriptEditor(const QString& tab);
 
     GameSession* session;
     CommandHistory history;
+    WordCompleter completer;
     QList<QShortcut*> keyShortcuts;
     // The screen's own shortcuts; a player's key binding on the same keys wins.
     QList<QShortcut*> screenShortcuts;
+    bool highlightPending = false;
 
     TerminalWidget* terminal = nullptr;
     CommandInput* input = nullptr;
     QPushButton* sendButton = nullptr;
     FindBar* findBar = nullptr;
-    QLabel* statusLabel = nullptr;
-    QLabel* pausedLabel = nullptr;
+    GameToolbar* toolbar = nullptr;
     SidePanel* sidePanel = nullptr;
     ChannelPanel* channelPanel = nullptr;
     QPointer<ScriptEditor> scriptEditor;

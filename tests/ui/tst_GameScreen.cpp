@@ -9,8 +9,10 @@
 #include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTextBlock>
 #include <QtTest>
 
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
@@ -68,6 +70,8 @@ private slots:
     void inputLineKeys();
     void focusCycleReachesEveryControl();
     void findBarReportsMisses();
+    void reconnectKeepsScrollback();
+    void conveniencesSwitch();
 
 private:
     std::unique_ptr<QTcpServer> server;
@@ -235,6 +239,8 @@ static Peer acceptPeer(QTcpServer& server, GameSession& session)
     if (QTest::qWaitFor([&] { return server.hasPendingConnections(); }, 5000) &&
         QTest::qWaitFor([&] { return session.isConnected(); }, 5000))
         peer.socket.reset(server.nextPendingConnection());
+    if (peer.socket)
+        peer.socket->setParent(nullptr); // owned here, whatever becomes of the server
     return peer;
 }
 
@@ -381,6 +387,109 @@ void tst_GameScreen::findBarReportsMisses()
     QCOMPARE(screen.getTerminal()->extraSelections().size(), 1);
     QVERIFY(!saysNotFound());
     qApp->setStyleSheet(QString());
+}
+
+void tst_GameScreen::reconnectKeepsScrollback()
+{
+    Scripts scripts;
+    Trigger alarm;
+    alarm.pattern = "dragon";
+    alarm.highlight = true;
+    scripts.triggers = {alarm};
+    Storage::instance()->setScripts(hero, scripts);
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    QSignalSpy states(&screen, &GameScreen::connectionStateChanged);
+    QSignalSpy output(&screen, &GameScreen::outputArrived);
+    QPushButton* reconnect = nullptr;
+    for (QPushButton* button : screen.findChildren<QPushButton*>()) {
+        if (button->text() == "Reconnect")
+            reconnect = button;
+    }
+    QVERIFY(reconnect && !reconnect->isVisible());
+
+    Peer peer = acceptPeer(*server, session);
+    QVERIFY(peer.socket);
+    peer.socket->write("a quiet road\r\na dragon lands\r\n");
+    QTRY_COMPARE(output.size(), 2);
+    QCOMPARE(output.at(0).at(0).toBool(), false);
+    QCOMPARE(output.at(1).at(0).toBool(), true);
+
+    // The server goes away: the player is offered a way back, and takes it.
+    peer.socket->close();
+    QTRY_VERIFY(reconnect->isVisible());
+    const quint16 port = server->serverPort();
+    server = std::make_unique<QTcpServer>();
+    QVERIFY(server->listen(QHostAddress::LocalHost, port));
+    QTest::keyClick(lineEdit(screen), Qt::Key_R, Qt::ControlModifier);
+    Peer again = acceptPeer(*server, session);
+    QVERIFY(again.socket);
+    QTRY_VERIFY(!reconnect->isVisible());
+    QTRY_VERIFY(states.size() >= 2 && states.last().at(0).toBool());
+    QCOMPARE(states.at(states.size() - 2).at(0).toBool(), false);
+    const QString shown = screen.getTerminal()->toPlainText();
+    QVERIFY(shown.indexOf("a dragon lands") < shown.indexOf("[DISCONNECTED]"));
+    QVERIFY(shown.indexOf("[DISCONNECTED]") < shown.lastIndexOf("[CONNECTED]"));
+
+    // The Session menu's freeze shows the paused mark.
+    QVERIFY(!labelStartingWith(screen, "⏸ PAUSED")->isVisible());
+
+    // Disconnected, styled and with every button showing, the screen still
+    // fits the room a 1366x768 display leaves under title, menu and tabs.
+    qApp->setStyleSheet(Theme::applicationStyleSheet());
+    again.socket->close();
+    QTRY_VERIFY(reconnect->isVisible());
+    QVERIFY(screen.minimumSizeHint().width() <= 1280);
+    QVERIFY(screen.minimumSizeHint().height() <= 640);
+    qApp->setStyleSheet(QString());
+    screen.setOutputFrozen(true);
+    QVERIFY(screen.isOutputFrozen() && labelStartingWith(screen, "⏸ PAUSED")->isVisible());
+}
+
+void tst_GameScreen::conveniencesSwitch()
+{
+    for (const bool on : {false, true}) {
+        Scripts scripts;
+        Trigger echoed;
+        echoed.pattern = "look";
+        echoed.commands = "say fired";
+        scripts.triggers = {echoed};
+        Storage::instance()->setScripts(hero, scripts);
+        Storage::instance()->setEnabledFeatures(hero, on ? QList<int>{12} : QList<int>{});
+        GameSession session(hero, nullptr);
+        GameScreen screen(&session, nullptr);
+        Peer peer = acceptPeer(*server, session);
+        QVERIFY(peer.socket);
+        TerminalWidget* terminal = screen.getTerminal();
+        terminal->clearTerminal();
+        peer.socket->write("Gunther waves.\r\n");
+        QTRY_VERIFY(terminal->toPlainText().contains("Gunther"));
+
+        QLineEdit* input = lineEdit(screen);
+        QTest::keyClicks(input, "say gu");
+        QTest::keyClick(input, Qt::Key_Tab);
+        QCOMPARE(input->text(), on ? "say Gunther" : "say gu");
+        input->setText("look");
+        QTest::keyClick(input, Qt::Key_Return);
+        QVERIFY(peer.waitFor("look\r\n"));
+        emit session.getScriptEngine()->luaError("'heal': attempt to call a nil value");
+        emit session.getScriptEngine()->echoText("from Lua");
+
+        const QString expected =
+            on ? "Gunther waves.\nlook\n[Lua error] 'heal': attempt to call a nil value\nfrom Lua"
+               : "Gunther waves.";
+        QCOMPARE(terminal->toPlainText().trimmed(), expected);
+        if (on) {
+            // The echo has a colour of its own and the triggers never saw it.
+            const QTextBlock echo = terminal->document()->findBlockByNumber(1);
+            QCOMPARE(echo.begin().fragment().charFormat().foreground().color(), QColor(Theme::kEchoColor));
+        }
+        QTest::qWait(50);
+        QVERIFY(!(peer.received + peer.socket->readAll()).contains("fired"));
+        init(); // a fresh server for the second round
+    }
 }
 
 OLVEX_TEST_MAIN(tst_GameScreen, QApplication)
