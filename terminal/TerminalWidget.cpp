@@ -16,6 +16,7 @@
 #include <optional>
 #include <utility>
 
+#include "terminal/TerminalText.h"
 #include "ui/Theme.h"
 
 namespace {
@@ -33,59 +34,6 @@ constexpr qsizetype kMaxGlyphCachedBlockLength = 4096;
 
 const QColor kHighlightColor(70, 130, 180);
 const QColor kFindHighlightColor(255, 255, 0, 100);
-
-// Characters at which QTextCursor::insertText starts a new block.
-bool breaksBlock(QChar c)
-{
-    const char16_t u = c.unicode();
-    return u == u'\n' || u == u'\r' || u == QChar::ParagraphSeparator || u == 0xfdd0 || u == 0xfdd1;
-}
-
-// How many new blocks inserting text adds, counted the way QTextCursor splits
-// text into blocks (CR LF within one insertion is one break).
-int countBlockBreaks(QStringView text)
-{
-    int breaks = 0;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n')
-            ++i;
-        if (breaksBlock(text[i]))
-            ++breaks;
-    }
-    return breaks;
-}
-
-// Splits runs so that no block grows past kMaxBlockLength; column is the length
-// of the block the first run goes into. The cuts are line feeds in the runs.
-QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column)
-{
-    qsizetype total = column;
-    for (const AnsiParser::FormatRun& run : runs)
-        total += run.text.size();
-    if (total <= kMaxBlockLength)
-        return runs;
-
-    QList<AnsiParser::FormatRun> cut;
-    for (const AnsiParser::FormatRun& run : runs) {
-        qsizetype start = 0;
-        for (qsizetype i = 0; i < run.text.size(); ++i) {
-            const QChar c = run.text[i];
-            if (breaksBlock(c)) {
-                column = 0;
-                continue;
-            }
-            // Never cut between the halves of a surrogate pair.
-            if (column >= kMaxBlockLength && !c.isLowSurrogate()) {
-                cut.append({run.text.mid(start, i - start) + u'\n', run.format});
-                start = i;
-                column = 0;
-            }
-            ++column;
-        }
-        cut.append({run.text.mid(start), run.format});
-    }
-    return cut;
-}
 
 } // namespace
 
@@ -117,38 +65,60 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     // for each new line; paintEvent then clears what the text does not cover.
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 
-    connect(document(), &QTextDocument::contentsChanged, this, &TerminalWidget::onContentsChanged);
+    // Following the output is the player's choice, made by scrolling: only a
+    // change of the scroll position decides it. Judged on every change of the
+    // text instead, a burst of lines (or an empty piece of text) would read a
+    // range not yet updated and pull a player who scrolled back to the bottom.
+    // The view moves its scroll bar with signals blocked for page keys and
+    // page clicks, so the view's own report of scrolling is what is watched.
+    connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect&, int dy) {
+        if (dy != 0)
+            onScrolled();
+    });
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TerminalWidget::onScrolled);
 }
 
 TerminalWidget::~TerminalWidget() = default;
 
 void TerminalWidget::appendAnsiText(const QString& text)
 {
+    // The session hands over a text for nearly every byte it receives, most of
+    // them empty: they must leave no stamp, no log line and no queued entry.
+    if (text.isEmpty())
+        return;
     if (frozen) {
         pendingLines.append(text);
         return;
     }
-    const QString line =
-        timestamps ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] ")) + text : text;
-    if (logging && logFile)
-        writeLog(line);
+    const bool continuesLine = !openLine.isNull();
+    const QString line = timestamps && !continuesLine
+                             ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] ")) + text
+                             : text;
+    const bool leavesOpen = linesStayOpen && !text.endsWith(u'\n');
+    if (leavesOpen) {
+        openLine += line;
+    } else if (logging && logFile) {
+        writeLog(continuesLine ? openLine + line : line);
+    }
+    if (!leavesOpen)
+        openLine = QString();
 
-    if (!line.isEmpty())
-        insertLine(line);
+    insertLine(line, leavesOpen);
 
     if (followTail)
         scrollToBottom();
 }
 
-void TerminalWidget::insertLine(const QString& line)
+void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
 {
     QTextDocument* doc = document();
     const qsizetype column = doc->lastBlock().length() - 1;
-    const QList<AnsiParser::FormatRun> runs = cutLongLines(parser.parse(line), column);
-    const bool needsLineEnd = !line.endsWith(u'\n');
+    const QList<AnsiParser::FormatRun> runs =
+        TerminalText::cutLongLines(TerminalText::drawableRuns(parser.parse(line)), column, kMaxBlockLength);
+    const bool needsLineEnd = !leaveOpen && !line.endsWith(u'\n');
     int newBlocks = needsLineEnd ? 1 : 0;
     for (const AnsiParser::FormatRun& run : runs)
-        newBlocks += countBlockBreaks(run.text);
+        newBlocks += TerminalText::countLineFeeds(run.text);
     const int dropped = dropOldestBlocks(newBlocks);
 
     // At the scrollback limit the line count stays put, so the view's geometry
@@ -216,6 +186,10 @@ int TerminalWidget::dropOldestBlocks(int incoming)
     const int excess = qMin(doc->blockCount() + incoming - limit, doc->blockCount() - 1);
     if (limit <= 0 || excess <= 0)
         return 0;
+    // The scroll bar counts lines from the top; a player reading back keeps
+    // the same text in view when the lines above it are dropped.
+    QScrollBar* bar = verticalScrollBar();
+    const int droppedLines = doc->findBlockByNumber(excess).firstLineNumber();
     // Left to the document, trimming would lay out the doomed first line and
     // announce the shrinking size on its own. Done here just before the
     // insertion, whose size announcement covers both, the layout can stay quiet
@@ -226,6 +200,8 @@ int TerminalWidget::dropOldestBlocks(int incoming)
     cursor.setPosition(doc->findBlockByNumber(excess).position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
     cursor.endEditBlock();
+    if (!followTail)
+        bar->setValue(qMax(0, bar->value() - droppedLines));
     return excess;
 }
 
@@ -275,7 +251,7 @@ void TerminalWidget::onDeferredUpdate()
     releaseHiddenLayouts();
 }
 
-void TerminalWidget::onContentsChanged()
+void TerminalWidget::onScrolled()
 {
     followTail = isAtLiveTail();
 }
@@ -283,6 +259,7 @@ void TerminalWidget::onContentsChanged()
 void TerminalWidget::clearTerminal()
 {
     clear();
+    openLine = QString();
     followTail = true;
 }
 
@@ -301,6 +278,8 @@ void TerminalWidget::setFontSize(int size)
     QTextCursor cursor(document());
     cursor.select(QTextCursor::Document);
     cursor.mergeBlockFormat(spacing);
+    if (followTail)
+        scrollToBottom(); // the new line height moves the bottom
 
     emit fontSizeChanged(size);
 }
@@ -455,6 +434,11 @@ void TerminalWidget::setLogging(bool enabled, const QString& path)
 bool TerminalWidget::getLogging() const
 {
     return logging;
+}
+
+void TerminalWidget::setLinesStayOpen(bool enabled)
+{
+    linesStayOpen = enabled;
 }
 
 void TerminalWidget::paintEvent(QPaintEvent* event)

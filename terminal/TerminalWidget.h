@@ -45,6 +45,12 @@ public:
     void setLogging(bool enabled, const QString& path);
     bool getLogging() const;
 
+    // Off (the default), every piece of text ends its own line. On, a piece
+    // without a line feed (a prompt shown before its line is complete) leaves
+    // its line open and the next piece completes it: one line on screen, one
+    // timestamp, one log line, written when the line is complete.
+    void setLinesStayOpen(bool enabled);
+
 signals:
     void fontSizeChanged(int size);
     void frozenChanged(bool frozen);
@@ -53,12 +59,12 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void onContentsChanged();
+    void onScrolled();
     void onDeferredUpdate();
     void scheduleDeferredUpdate();
     void flushLayout();
     void writeLog(const QString& text);
-    void insertLine(const QString& line);
+    void insertLine(const QString& line, bool leaveOpen);
     int dropOldestBlocks(int incoming);
     void releaseHiddenLayouts();
     QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive, bool useRegex);
@@ -74,6 +80,10 @@ private:
     bool logging = false;
     QString logPath;
     std::unique_ptr<QFile> logFile;
+    bool linesStayOpen = false;
+    // The line shown but not yet complete, as it goes to the log (stamped);
+    // null while no line is open.
+    QString openLine;
     // A burst of lines within one event-loop turn costs one scroll and one
     // scroll-range update, done together on the next turn.
     bool deferredUpdatePending = false;
