@@ -154,22 +154,25 @@ results=$work/results.md
 if [[ $profile == 1 ]] && command -v perf >/dev/null; then
   log "== profile: perf record of the client on Xvfb, switches off"
   start_server flood "$flood_lines"
-  perf record -q -F 2000 -g -o "$work/perf.data" -- env QT_QPA_PLATFORM=xcb DISPLAY="$display" \
-    "$build/bench_flood_client" --port "$port" >/dev/null 2>"$work/perf.err" || true
+  perf record -q -F 1000 --call-graph dwarf,16384 -o "$work/perf.data" -- env QT_QPA_PLATFORM=xcb \
+    DISPLAY="$display" "$build/bench_flood_client" --port "$port" >/dev/null 2>"$work/perf.err" || true
   wait "$server_pid" || true
   server_pid=""
   {
     echo "<!-- profile:begin (written by bench/run-comparison.sh; edits here are overwritten) -->"
     echo
-    echo "\`perf record -F 2000 -g\` of \`bench_flood_client\` on Xvfb, switches off, $flood_lines lines,"
-    echo "at commit $commit. Self time by library, then the functions above 1 % of the samples:"
+    echo "\`perf record -F 1000 --call-graph dwarf\` of \`bench_flood_client\` on Xvfb, switches off,"
+    echo "$flood_lines lines, at commit $commit. First the share of samples by library (self time),"
+    echo "then, for the named functions, the share of samples spent in them and what they call"
+    echo "(inclusive; event-loop frames above 70 % left out; Qt's internal functions have no symbols"
+    echo "in Debian's packages and show up only inside their callers):"
     echo
     echo '```'
     perf report -i "$work/perf.data" --no-children --sort dso --stdio --percent-limit 1 2>/dev/null |
       grep -E '^ +[0-9]' | head -n 15
     echo
-    perf report -i "$work/perf.data" --no-children --sort symbol --stdio -g none --percent-limit 1 2>/dev/null |
-      grep -E '^ +[0-9]' | cut -c1-150 | head -n 40
+    perf report -i "$work/perf.data" --children --sort symbol --stdio -g none --percent-limit 1.5 2>/dev/null |
+      grep -E '^ +[0-9]' | grep -v '\] 0x0' | awk '$1 + 0 < 70' | sed 's/ *$//' | cut -c1-120 | head -n 45
     echo '```'
     echo
     echo "<!-- profile:end -->"

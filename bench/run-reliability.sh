@@ -7,14 +7,28 @@
 #
 # Usage: bench/run-reliability.sh [CASE...]    (default: every case; `make reliability`)
 # Environment: BUILD_DIR (default build-release), SCALE (percent of each case's
-#              volume, default 100), CASE_TIMEOUT (seconds, default 300).
-# Only a full run at SCALE=100 rewrites the page; a partial run just prints.
+#              volume, default 100), CASE_TIMEOUT (seconds, default 300),
+#              SANITIZE (1: build with AddressSanitizer and UndefinedBehavior-
+#              Sanitizer into build-asan and fail a case on any report; memory
+#              figures are then the sanitizer's, not the client's).
+# Only a full run at SCALE=100 without SANITIZE rewrites the page; any other
+# run just prints its table.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(cd "$here/.." && pwd)
-build=${BUILD_DIR:-$root/build-release}
+sanitize=${SANITIZE:-0}
 scale=${SCALE:-100}
+build=${BUILD_DIR:-$root/build-release}
+build_flags=(-DCMAKE_BUILD_TYPE=Release)
+if [[ $sanitize == 1 ]]; then
+  build=${BUILD_DIR:-$root/build-asan}
+  build_flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo
+               "-DCMAKE_CXX_FLAGS=-fsanitize=address,undefined -fno-omit-frame-pointer"
+               "-DCMAKE_EXE_LINKER_FLAGS=-fsanitize=address,undefined")
+  # Qt keeps some allocations until exit on purpose; only errors count.
+  export ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1
+fi
 case_timeout=${CASE_TIMEOUT:-300}
 doc=$root/docs/reliability.md
 
@@ -54,7 +68,7 @@ field() { sed -n "s/.*\\b$1=\\([0-9.]*\\).*/\\1/p" <<<"$2" | head -n 1; }
 
 "$root/tools/install-deps.sh" zlib1g-dev
 log "== building Release into $build"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake -S "$root" -B "$build" -G Ninja "${build_flags[@]}" >/dev/null
 cmake --build "$build" -j "$(nproc)" --target bench_hostile bench_hostile_server >/dev/null
 
 rows=()
@@ -85,12 +99,17 @@ for entry in "${cases[@]}"; do
   rss_kb=$(field peak_rss_kb "$line")
   gap=$(field max_gap_ms "$line")
   problems=()
+  if grep -qE 'runtime error|AddressSanitizer' "$work/client.err"; then
+    cp "$work/client.err" "$build/sanitizer-$name.txt"
+    log "  sanitizer report kept in $build/sanitizer-$name.txt"
+  fi
   if [[ $status -ge 124 ]]; then
     problems+=("crashed or hung (exit $status)")
   elif [[ -z "$line" ]]; then
     problems+=("no report (exit $status)")
   else
     [[ $(field timed_out "$line") == 1 ]] && problems+=("check line never came")
+    grep -qE 'runtime error|AddressSanitizer' "$work/client.err" && problems+=("sanitizer report")
     [[ $(field screen "$line") == 1 ]] || problems+=("check line not on screen")
     [[ $(field trigger "$line") == 1 ]] || problems+=("check trigger did not fire")
     awk -v kb="$rss_kb" 'BEGIN { exit !(kb * 1.024 >= 300000) }' && problems+=("memory over 300 MB")
@@ -134,7 +153,7 @@ results=$work/results.md
   echo "<!-- results:end -->"
 } >"$results"
 
-if [[ ${#selected[@]} -eq 0 && $scale == 100 ]]; then
+if [[ ${#selected[@]} -eq 0 && $scale == 100 && $sanitize == 0 ]]; then
   if [[ -f "$doc" ]] && grep -q '^<!-- results:begin' "$doc"; then
     awk -v results="$results" '
       /^<!-- results:begin/ { while ((getline line < results) > 0) print line; skipping = 1; next }

@@ -28,6 +28,12 @@
 #include "ui/Theme.h"
 #include "ui/TriggerDebugger.h"
 
+namespace {
+
+const QString kFontSizeKey = QStringLiteral("terminal_font_size");
+
+} // namespace
+
 GameScreen::GameScreen(GameSession* session, QWidget* parent)
     : QWidget(parent)
     , session(session)
@@ -49,6 +55,8 @@ void GameScreen::setupUi()
 
     terminal = new TerminalWidget(this);
     terminal->setFontFamily(Theme::kMonospaceFamily);
+    // The size the player last chose; setFontSize ignores a stored size out of range.
+    terminal->setFontSize(Storage::instance()->getInt(kFontSizeKey, Theme::kDefaultFontSize));
     terminal->setAccessibleName(tr("Game output"));
     terminal->installEventFilter(this);
 
@@ -143,15 +151,20 @@ void GameScreen::wireSignals()
     connect(session, &GameSession::channelMessage, this, &GameScreen::onChannelMessage);
     connect(session, &GameSession::keyBindingsChanged, this, &GameScreen::onKeyBindingsChanged);
     connect(terminal, &TerminalWidget::frozenChanged, this, &GameScreen::onTerminalFrozenChanged);
+    connect(terminal, &TerminalWidget::fontSizeChanged, this, &GameScreen::onTerminalFontSizeChanged);
     connect(findBar, &FindBar::closed, input, qOverload<>(&QWidget::setFocus));
     connect(input, &CommandInput::submitted, this, &GameScreen::onCommandEntered);
     connect(input, &CommandInput::pageRequested, this, &GameScreen::onPageRequested);
+    connect(input, &CommandInput::completionRequested, this, &GameScreen::onCompletionRequested);
     connect(sendButton, &QPushButton::clicked, this, &GameScreen::onInputSubmitted);
     connect(toolbar, &GameToolbar::scriptEditorRequested, this, &GameScreen::openScriptEditor);
     connect(toolbar, &GameToolbar::reconnectRequested, this, &GameScreen::reconnect);
     connect(toolbar, &GameToolbar::settingsRequested, this, &GameScreen::openSettings);
     connect(toolbar, &GameToolbar::profilesRequested, this, &GameScreen::profiles);
     connect(toolbar, &GameToolbar::disconnectRequested, this, &GameScreen::disconnect);
+    ScriptEngine* engine = session->getScriptEngine();
+    connect(engine, &ScriptEngine::luaError, this, &GameScreen::onLuaError);
+    connect(engine, &ScriptEngine::echoText, this, &GameScreen::onEchoText);
     // A trigger's highlight is asked for just before its line is handed on.
     connect(session->getScriptEngine(), &ScriptEngine::lineHighlight, this,
             [this] { highlightPending = true; });
@@ -172,7 +185,38 @@ void GameScreen::onSessionDisconnected()
     terminal->appendAnsiText(QStringLiteral("\n[DISCONNECTED]\n"));
     toolbar->setConnected(false);
     toolbar->offerReconnect(true);
+    onServerEchoChanged(false); // a password prompt ends with its link
     emit connectionStateChanged(false);
+}
+
+void GameScreen::onConnectionError(const QString& message)
+{
+    const Character& character = session->getCharacter();
+    const QString line =
+        QStringLiteral("[ERROR] %1:%2 - %3").arg(character.host).arg(character.port).arg(message);
+    terminal->appendAnsiText(Theme::ansiColored(Theme::kErrorColor, line) + QLatin1Char('\n'));
+    if (!session->isConnected())
+        toolbar->offerReconnect(true);
+}
+
+void GameScreen::onCommandNotSent(const QString& command)
+{
+    const QString line =
+        QStringLiteral("[NOT SENT] Not connected, \"%1\" was not sent. Ctrl+R reconnects.").arg(command);
+    terminal->appendAnsiText(Theme::ansiColored(Theme::kNoticeColor, line) + QLatin1Char('\n'));
+}
+
+void GameScreen::onServerEchoChanged(bool serverEchoes)
+{
+    // The server shows (or hides) what is typed: a password. It is masked
+    // here and kept out of the output and the history.
+    secretInput = serverEchoes;
+    input->setEchoMode(serverEchoes ? QLineEdit::Password : QLineEdit::Normal);
+}
+
+void GameScreen::onTerminalFontSizeChanged(int size)
+{
+    Storage::instance()->putInt(kFontSizeKey, size);
 }
 
 void GameScreen::onSessionTextReceived(const QString& text)
@@ -180,6 +224,8 @@ void GameScreen::onSessionTextReceived(const QString& text)
     terminal->appendAnsiText(text);
     if (text.isEmpty())
         return;
+    if (conveniencesEnabled())
+        completer.addText(AnsiParser::plainText(text));
     const bool highlighted = std::exchange(highlightPending, false);
     emit outputArrived(highlighted);
 }
@@ -247,9 +293,45 @@ void GameScreen::onInputSubmitted()
 
 void GameScreen::onCommandEntered(const QString& line)
 {
+    if (secretInput) {
+        session->sendCommand(line);
+        return;
+    }
+    // Shown as typed, in a colour of its own, and never seen by the triggers.
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(Theme::ansiColored(Theme::kEchoColor, line) + QLatin1Char('\n'));
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
     history.record(line);
+}
+
+void GameScreen::onCompletionRequested()
+{
+    if (!conveniencesEnabled())
+        return;
+    if (const auto completion = completer.complete(input->text(), input->cursorPosition())) {
+        input->setText(completion->line);
+        input->setCursorPosition(completion->cursor);
+    }
+}
+
+void GameScreen::onLuaError(const QString& message)
+{
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(
+            Theme::ansiColored(Theme::kErrorColor, QStringLiteral("[Lua error] ") + message) +
+            QLatin1Char('\n'));
+}
+
+void GameScreen::onEchoText(const QString& text)
+{
+    if (conveniencesEnabled())
+        terminal->appendAnsiText(text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
+}
+
+bool GameScreen::conveniencesEnabled() const
+{
+    return session->isFeatureEnabled(GameFeature::ClientConveniences);
 }
 
 void GameScreen::onPageRequested(bool up)

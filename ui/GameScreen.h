@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "session/CommandHistory.h"
+#include "session/WordCompleter.h"
 #include "storage/Scripts.h"
 
 class ChannelPanel;
@@ -60,6 +61,9 @@ public slots:
     void onKeyBindingsChanged(const QList<KeyBinding>& bindings);
     void onTerminalFrozenChanged(bool frozen);
     void onInputSubmitted();
+    void onConnectionError(const QString& message);
+    void onCommandNotSent(const QString& command);
+    void onServerEchoChanged(bool serverEchoes);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -73,15 +77,23 @@ private:
     void setupFocusChain();
     void onCommandEntered(const QString& line);
     void onPageRequested(bool up);
+    void onCompletionRequested();
+    void onLuaError(const QString& message);
+    void onEchoText(const QString& text);
+    bool conveniencesEnabled() const;
+    void onTerminalFontSizeChanged(int size);
     void openSettings();
     void openScriptEditor(const QString& tab);
 
     GameSession* session;
     CommandHistory history;
+    WordCompleter completer;
     QList<QShortcut*> keyShortcuts;
     // The screen's own shortcuts; a player's key binding on the same keys wins.
     QList<QShortcut*> screenShortcuts;
     bool highlightPending = false;
+    // While the server echoes, typed lines are secrets (passwords).
+    bool secretInput = false;
 
     TerminalWidget* terminal = nullptr;
     CommandInput* input = nullptr;

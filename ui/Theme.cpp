@@ -1,5 +1,6 @@
 #include "ui/Theme.h"
 
+#include <QColor>
 #include <QFontDatabase>
 #include <QList>
 #include <QPair>
@@ -424,6 +425,13 @@ QString compactButtonStyleSheet()
 QString findMessageStyleSheet()
 {
     return QStringLiteral("color: %1;").arg(kOpponentName);
+}
+
+QString ansiColored(QLatin1String color, const QString& text)
+{
+    const QColor rgb(color);
+    return QStringLiteral("\x1b[38;2;%1;%2;%3m").arg(rgb.red()).arg(rgb.green()).arg(rgb.blue()) + text +
+           QStringLiteral("\x1b[0m");
 }
 
 QString applicationStyleSheet()

@@ -32,6 +32,12 @@ inline constexpr QLatin1String kOpponentHealth{"#ffaa00"};
 // the combo counter share the amber of the opponent's health.
 inline constexpr QLatin1String kHighlight{"#ffaa00"};
 
+// Lines the client writes into the output itself, told apart from the
+// game's text: echoed commands, errors, notices.
+inline constexpr QLatin1String kEchoColor{"#bb86fc"};
+inline constexpr QLatin1String kErrorColor{"#ff6b6b"};
+inline constexpr QLatin1String kNoticeColor{"#ffaa00"};
+
 // Object names that the application style sheet gives their own bar colours.
 inline constexpr QLatin1String kPowerLevelBar{"powerLevelBar"};
 inline constexpr QLatin1String kKiBar{"kiBar"};
@@ -69,6 +75,9 @@ QString comboLabelStyleSheet();
 QString compactButtonStyleSheet();
 // The find bar's "not found" message.
 QString findMessageStyleSheet();
+// text between an ANSI truecolour foreground of color (#rrggbb) and a reset,
+// for lines the client adds to the terminal.
+QString ansiColored(QLatin1String color, const QString& text);
 // Rules for every standard widget, meant for QApplication::setStyleSheet.
 QString applicationStyleSheet();
 // The main window's session tabs: a flat pane on the component background.

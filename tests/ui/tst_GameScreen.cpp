@@ -9,8 +9,10 @@
 #include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTextBlock>
 #include <QtTest>
 
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
@@ -59,7 +61,7 @@ class tst_GameScreen : public QObject {
 
 private slots:
     void init();
-    void historyIsKeptPerCharacter();
+    void historyAndFontSizeSurvive();
     void msdpReachesBarsAndLabels();
     void keysOnTheShownScreen();
     void channelLinesArePlain_data();
@@ -69,6 +71,7 @@ private slots:
     void focusCycleReachesEveryControl();
     void findBarReportsMisses();
     void reconnectKeepsScrollback();
+    void conveniencesSwitch();
 
 private:
     std::unique_ptr<QTcpServer> server;
@@ -83,7 +86,7 @@ void tst_GameScreen::init()
     hero = Character{"Hero", "", "127.0.0.1", server->serverPort(), ""};
 }
 
-void tst_GameScreen::historyIsKeptPerCharacter()
+void tst_GameScreen::historyAndFontSizeSurvive()
 {
     GameSession session(hero, nullptr);
     {
@@ -110,8 +113,12 @@ void tst_GameScreen::historyIsKeptPerCharacter()
             input->setText(QString("cmd%1").arg(i));
             QTest::keyClick(input, Qt::Key_Return);
         }
+        screen.getTerminal()->setFontSize(14);
     }
-    const QStringList history = GameScreen(&session, nullptr).getHistory();
+    GameScreen again(&session, nullptr);
+    QCOMPARE(again.getTerminal()->getFontSize(), 14);
+    again.getTerminal()->setFontSize(Theme::kDefaultFontSize);
+    const QStringList history = again.getHistory();
     QCOMPARE(history.size(), 200);
     QCOMPARE(history.first(), "cmd200");
     QCOMPARE(history.last(), "cmd1");
@@ -443,6 +450,50 @@ void tst_GameScreen::reconnectKeepsScrollback()
     qApp->setStyleSheet(QString());
     screen.setOutputFrozen(true);
     QVERIFY(screen.isOutputFrozen() && labelStartingWith(screen, "⏸ PAUSED")->isVisible());
+}
+
+void tst_GameScreen::conveniencesSwitch()
+{
+    for (const bool on : {false, true}) {
+        Scripts scripts;
+        Trigger echoed;
+        echoed.pattern = "look";
+        echoed.commands = "say fired";
+        scripts.triggers = {echoed};
+        Storage::instance()->setScripts(hero, scripts);
+        Storage::instance()->setEnabledFeatures(hero, on ? QList<int>{12} : QList<int>{});
+        GameSession session(hero, nullptr);
+        GameScreen screen(&session, nullptr);
+        Peer peer = acceptPeer(*server, session);
+        QVERIFY(peer.socket);
+        TerminalWidget* terminal = screen.getTerminal();
+        terminal->clearTerminal();
+        peer.socket->write("Gunther waves.\r\n");
+        QTRY_VERIFY(terminal->toPlainText().contains("Gunther"));
+
+        QLineEdit* input = lineEdit(screen);
+        QTest::keyClicks(input, "say gu");
+        QTest::keyClick(input, Qt::Key_Tab);
+        QCOMPARE(input->text(), on ? "say Gunther" : "say gu");
+        input->setText("look");
+        QTest::keyClick(input, Qt::Key_Return);
+        QVERIFY(peer.waitFor("look\r\n"));
+        emit session.getScriptEngine()->luaError("'heal': attempt to call a nil value");
+        emit session.getScriptEngine()->echoText("from Lua");
+
+        const QString expected =
+            on ? "Gunther waves.\nlook\n[Lua error] 'heal': attempt to call a nil value\nfrom Lua"
+               : "Gunther waves.";
+        QCOMPARE(terminal->toPlainText().trimmed(), expected);
+        if (on) {
+            // The echo has a colour of its own and the triggers never saw it.
+            const QTextBlock echo = terminal->document()->findBlockByNumber(1);
+            QCOMPARE(echo.begin().fragment().charFormat().foreground().color(), QColor(Theme::kEchoColor));
+        }
+        QTest::qWait(50);
+        QVERIFY(!(peer.received + peer.socket->readAll()).contains("fired"));
+        init(); // a fresh server for the second round
+    }
 }
 
 OLVEX_TEST_MAIN(tst_GameScreen, QApplication)
