@@ -50,6 +50,9 @@ public:
     // its line open and the next piece completes it: one line on screen, one
     // timestamp, one log line, written when the line is complete.
     void setLinesStayOpen(bool enabled);
+    // Web addresses in later output become links that open in the desktop's
+    // browser on a click. Off by default.
+    void setLinksEnabled(bool enabled);
 
 signals:
     void fontSizeChanged(int size);
@@ -57,6 +60,8 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     void onScrolled();
@@ -65,8 +70,10 @@ private:
     void flushLayout();
     void writeLog(const QString& text);
     void insertLine(const QString& line, bool leaveOpen);
-    int dropOldestBlocks(int incoming);
+    int dropOldestBlocks(int incomingBlocks, int incomingCharacters);
+    void compactFormats();
     void releaseHiddenLayouts();
+    void markLinks(const QList<AnsiParser::FormatRun>& runs, int lineStart);
     QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive, bool useRegex);
 
     AnsiParser parser;
@@ -81,12 +88,15 @@ private:
     QString logPath;
     std::unique_ptr<QFile> logFile;
     bool linesStayOpen = false;
+    bool linksEnabled = false;
     // The line shown but not yet complete, as it goes to the log (stamped);
     // null while no line is open.
     QString openLine;
+    QString heldEscape; // the unfinished escape sequence that ended the open line
     // A burst of lines within one event-loop turn costs one scroll and one
     // scroll-range update, done together on the next turn.
     bool deferredUpdatePending = false;
     bool scrollPending = false;
     bool layoutStale = false;
+    int formatCompactionThreshold = 0; // set in the constructor
 };

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QDesktopServices>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTextBlock>
@@ -10,13 +11,22 @@
 class tst_TerminalWidget : public QObject {
     Q_OBJECT
 
+public slots:
+    void openUrl(const QUrl& url) { opened << url.toString(); } // the desktop's browser, for the test
+
+private:
+    QStringList opened;
+
 private slots:
+    void clickOpensLinks_data();
+    void clickOpensLinks();
     void appendsLinesAndCarriesColours();
     void followsTailUnlessScrolledUp_data();
     void followsTailUnlessScrolledUp();
     void staysPutWhenPlayerScrollsBack_data();
     void staysPutWhenPlayerScrollsBack();
     void scrollbackBoundsLongLinesToo();
+    void distinctColoursKeepMemoryBounded();
     void freezeHoldsThenReplaysIntoLog_data();
     void freezeHoldsThenReplaysIntoLog();
     void drawsOneLinePerServerLine_data();
@@ -150,6 +160,31 @@ void tst_TerminalWidget::scrollbackBoundsLongLinesToo()
     QVERIFY(terminal.toPlainText().endsWith("789end\nx\nyz\n"));
 }
 
+void tst_TerminalWidget::distinctColoursKeepMemoryBounded()
+{
+    TerminalWidget terminal;
+    terminal.setScrollbackLines(100);
+    terminal.setFontSize(12);
+    const auto line = [](int n) {
+        return QString("\033[38;2;%1;%2;%3mline %4").arg(n & 255).arg(n >> 8 & 255).arg(n >> 16).arg(n);
+    };
+    for (int n = 0; n < 45000; ++n) {
+        terminal.appendAnsiText(line(n));
+        QVERIFY2(terminal.document()->allFormats().size() <= 20001, qPrintable(QString::number(n)));
+    }
+    // The scrollback looks as it did: text, colours, line height, limit.
+    QTextDocument* doc = terminal.document();
+    QCOMPARE(doc->blockCount(), 100);
+    QCOMPARE(doc->maximumBlockCount(), 100);
+    for (QTextBlock block = doc->begin(); block.next().isValid(); block = block.next()) {
+        const int n = 45000 - 99 + block.blockNumber();
+        QCOMPARE(block.text(), QString("line %1").arg(n));
+        QCOMPARE(block.begin().fragment().charFormat().foreground().color(),
+                 QColor(n & 255, n >> 8 & 255, n >> 16));
+        QCOMPARE(block.blockFormat().lineHeight(), 120.0);
+    }
+}
+
 void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog_data()
 {
     QTest::addColumn<bool>("timestamps");
@@ -213,27 +248,60 @@ void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog()
 void tst_TerminalWidget::drawsOneLinePerServerLine_data()
 {
     QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<bool>("linesStayOpen");
     QTest::addColumn<QString>("shown");
     QTest::newRow("highlighted CR LF")
-        << QStringList{"\033[1;31mYou are hit!\r\033[0m\n", "next\r\n"} << "You are hit!\nnext\n";
-    QTest::newRow("lone CR") << QStringList{"a\rb"} << "ab\n";
-    QTest::newRow("bell and tab") << QStringList{"\aBeep\tX\x7f"} << "Beep\tX\n";
+        << QStringList{"\033[1;31mYou are hit!\r\033[0m\n", "next\r\n"} << false << "You are hit!\nnext\n";
+    QTest::newRow("lone CR") << QStringList{"a\rb"} << false << "ab\n";
+    QTest::newRow("bell and tab") << QStringList{"\aBeep\tX\x7f"} << false << "Beep\tX\n";
     QTest::newRow("option bytes") << QStringList{QString::fromLatin1("\xff\xfb\x01\xff\xfd\x18"
                                                                      "a\x1b\x9b")}
+                                  << false
                                   << QString::fromLatin1("\xff\xfb\xff\xfd"
                                                          "a\n");
     QTest::newRow("separators") << QStringList{QString("a") + QChar(0x2029) + "b" + QChar(0x2028) + "c"}
-                                << "abc\n";
+                                << false << "abc\n";
+    QTest::newRow("pieces") << QStringList{"HP: ", "20\n"} << false << "HP: \n20\n";
+    QTest::newRow("prompt, then its line")
+        << QStringList{"\033[1mHP: ", "\033[3", "", "2m20\n", "x"} << true << "HP: 20\nx";
 }
 
 void tst_TerminalWidget::drawsOneLinePerServerLine()
 {
     QFETCH(QStringList, texts);
+    QFETCH(bool, linesStayOpen);
     QFETCH(QString, shown);
     TerminalWidget terminal;
+    terminal.setLinesStayOpen(linesStayOpen);
     for (const QString& text : texts)
         terminal.appendAnsiText(text);
     QCOMPARE(terminal.toPlainText(), shown);
+}
+
+void tst_TerminalWidget::clickOpensLinks_data()
+{
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("off") << false;
+    QTest::newRow("on") << true;
+}
+
+void tst_TerminalWidget::clickOpensLinks()
+{
+    QFETCH(bool, enabled);
+    QDesktopServices::setUrlHandler("https", this, "openUrl");
+    opened.clear();
+    TerminalWidget terminal;
+    terminal.setLinksEnabled(enabled);
+    terminal.resize(600, 200);
+    terminal.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
+    terminal.appendAnsiText("\033[32mRead \033[1mhttps://olvex.example/news\033[0m, then play.");
+    QCoreApplication::processEvents();
+    QTextCursor at(terminal.document());
+    at.setPosition(int(QString("Read https://olv").size()));
+    QTest::mouseClick(terminal.viewport(), Qt::LeftButton, {}, terminal.cursorRect(at).center());
+    QCOMPARE(opened, enabled ? QStringList{"https://olvex.example/news"} : QStringList{});
+    QDesktopServices::unsetUrlHandler("https");
 }
 
 void tst_TerminalWidget::findStepsAndHighlightsAll()
