@@ -111,7 +111,7 @@ QString everyCharacterColoured(qsizetype length)
 {
     QString text;
     for (qsizetype i = 0; text.size() < length; ++i)
-        text += QStringLiteral("\033[3%1m%2").arg(i % 8).arg(QChar(u'a' + i % 26));
+        text += QStringLiteral("\033[3%1m%2").arg(i % 8).arg(QChar(char16_t(u'a' + i % 26)));
     return text + u'\n';
 }
 
