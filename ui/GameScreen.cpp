@@ -18,6 +18,7 @@
 #include "terminal/AnsiParser.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/ChannelPanel.h"
+#include "ui/ClientLines.h"
 #include "ui/CommandInput.h"
 #include "ui/FindBar.h"
 #include "ui/GameToolbar.h"
@@ -175,14 +176,14 @@ void GameScreen::wireSignals()
 
 void GameScreen::onSessionConnected()
 {
-    terminal->appendAnsiText(QStringLiteral("\n[CONNECTED]\n"));
+    terminal->appendAnsiText(ClientLines::connected());
     toolbar->setConnected(true);
     emit connectionStateChanged(true);
 }
 
 void GameScreen::onSessionDisconnected()
 {
-    terminal->appendAnsiText(QStringLiteral("\n[DISCONNECTED]\n"));
+    terminal->appendAnsiText(ClientLines::disconnected());
     toolbar->setConnected(false);
     toolbar->offerReconnect(true);
     onServerEchoChanged(false); // a password prompt ends with its link
@@ -192,18 +193,14 @@ void GameScreen::onSessionDisconnected()
 void GameScreen::onConnectionError(const QString& message)
 {
     const Character& character = session->getCharacter();
-    const QString line =
-        QStringLiteral("[ERROR] %1:%2 - %3").arg(character.host).arg(character.port).arg(message);
-    terminal->appendAnsiText(Theme::ansiColored(Theme::kErrorColor, line) + QLatin1Char('\n'));
+    terminal->appendAnsiText(ClientLines::connectionError(character.host, character.port, message));
     if (!session->isConnected())
         toolbar->offerReconnect(true);
 }
 
 void GameScreen::onCommandNotSent(const QString& command)
 {
-    const QString line =
-        QStringLiteral("[NOT SENT] Not connected, \"%1\" was not sent. Ctrl+R reconnects.").arg(command);
-    terminal->appendAnsiText(Theme::ansiColored(Theme::kNoticeColor, line) + QLatin1Char('\n'));
+    terminal->appendAnsiText(ClientLines::commandNotSent(command));
 }
 
 void GameScreen::onServerEchoChanged(bool serverEchoes)
@@ -299,7 +296,7 @@ void GameScreen::onCommandEntered(const QString& line)
     }
     // Shown as typed, in a colour of its own, and never seen by the triggers.
     if (conveniencesEnabled())
-        terminal->appendAnsiText(Theme::ansiColored(Theme::kEchoColor, line) + QLatin1Char('\n'));
+        terminal->appendAnsiText(ClientLines::commandEcho(line));
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
     history.record(line);
@@ -318,15 +315,13 @@ void GameScreen::onCompletionRequested()
 void GameScreen::onLuaError(const QString& message)
 {
     if (conveniencesEnabled())
-        terminal->appendAnsiText(
-            Theme::ansiColored(Theme::kErrorColor, QStringLiteral("[Lua error] ") + message) +
-            QLatin1Char('\n'));
+        terminal->appendAnsiText(ClientLines::luaError(message));
 }
 
 void GameScreen::onEchoText(const QString& text)
 {
     if (conveniencesEnabled())
-        terminal->appendAnsiText(text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
+        terminal->appendAnsiText(ClientLines::scriptEcho(text));
 }
 
 bool GameScreen::conveniencesEnabled() const
