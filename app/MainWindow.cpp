@@ -4,11 +4,15 @@
 #include <QCoreApplication>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPushButton>
+#include <QScreen>
+#include <QSplitter>
 #include <QTabBar>
 #include <QTabWidget>
 
 #include "app/ProfileTransfer.h"
+#include "app/SessionMenu.h"
 #include "net/MudConnection.h"
 #include "session/GameSession.h"
 #include "session/SessionManager.h"
@@ -23,7 +27,7 @@
 MainWindow::MainWindow()
 {
     setWindowTitle(QStringLiteral("Olvex Desktop Client"));
-    setMinimumSize(1280, 800);
+    fitToScreen();
 
     tabs = new QTabWidget(this);
     tabs->setStyleSheet(Theme::tabPaneStyleSheet());
@@ -42,8 +46,10 @@ MainWindow::MainWindow()
     connect(connectScreen, &ConnectScreen::deleteCharacter, this, &MainWindow::onDeleteCharacter);
     connect(connectScreen, &ConnectScreen::editFeatures, this, &MainWindow::onEditFeatures);
     connect(tabs, &QTabWidget::tabCloseRequested, this, &MainWindow::onTabCloseRequested);
+    connect(tabs, &QTabWidget::currentChanged, this, &MainWindow::onCurrentTabChanged);
     connect(SessionManager::instance(), &SessionManager::sessionClosed, this, &MainWindow::onSessionClosed);
     setupMenuBar();
+    restoreWindowState();
 }
 
 MainWindow::~MainWindow()
@@ -72,6 +78,7 @@ void MainWindow::setupMenuBar()
     QAction* help = menuBar()->addMenu(QStringLiteral("Tools"))->addAction(QStringLiteral("Help"));
     connect(help, &QAction::triggered, this, &MainWindow::onHelp);
     menuBar()->addMenu(QStringLiteral("View"))->addAction(QStringLiteral("Theme"));
+    new SessionMenu(menuBar()->addMenu(QStringLiteral("Session")), tabs);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
@@ -86,6 +93,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    saveWindowState();
     event->accept();
     // Other top-level windows (a script editor) must not keep the program alive.
     QCoreApplication::quit();
@@ -138,6 +146,14 @@ GameScreen* MainWindow::addScreen(GameSession* session)
     };
     connect(session, &GameSession::disconnected, this, markDown);
     connect(session->getConnection(), &MudConnection::error, this, markDown);
+    connect(screen, &GameScreen::outputArrived, this,
+            [this, screen](bool highlighted) { onOutputArrived(screen, highlighted); });
+    if (auto* splitter = screen->findChild<QSplitter*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (splitterSizes.size() == splitter->count())
+            splitter->setSizes(splitterSizes);
+        connect(splitter, &QSplitter::splitterMoved, this,
+                [this, splitter] { splitterSizes = splitter->sizes(); });
+    }
     return screen;
 }
 
@@ -290,4 +306,78 @@ void MainWindow::onImportProfile()
     const std::optional<Character> character = currentCharacter();
     if (character && conveniencesEnabled(*character))
         profileTransfer->importProfile(*character);
+}
+
+void MainWindow::onOutputArrived(GameScreen* screen, bool highlighted)
+{
+    const int index = tabs->indexOf(screen);
+    const auto it = screens.find(screen->getSession()->getCharacter().key());
+    if (index <= 0 || index == tabs->currentIndex() || it == screens.end())
+        return;
+    const int level = qMax(it->activity, highlighted ? 2 : 1);
+    if (level != it->activity)
+        showActivity(index, it->activity = level);
+}
+
+void MainWindow::onCurrentTabChanged(int index)
+{
+    auto* screen = qobject_cast<GameScreen*>(tabs->widget(index));
+    if (!screen)
+        return;
+    SessionManager::instance()->setActiveSession(screen->getSession());
+    const auto it = screens.find(screen->getSession()->getCharacter().key());
+    if (it != screens.end() && it->activity != 0)
+        showActivity(index, it->activity = 0);
+}
+
+void MainWindow::showActivity(int index, int level)
+{
+    // A dot and a colour for the eye, the tool tip for a screen reader.
+    static const char* const kTips[] = {"", "New output", "New highlighted output"};
+    QIcon icon;
+    if (level > 0) {
+        QPixmap dot(12, 12);
+        dot.fill(Qt::transparent);
+        QPainter painter(&dot);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QColor(Theme::kAccent));
+        painter.setBrush(level > 1 ? QColor(Theme::kAccent) : QColor(Qt::transparent));
+        painter.drawEllipse(QRectF(1.5, 1.5, 9, 9));
+        icon = QIcon(dot);
+    }
+    tabs->setTabIcon(index, icon);
+    tabs->setTabToolTip(index, QString::fromLatin1(kTips[level]));
+    tabs->tabBar()->setTabTextColor(index, level > 1 ? QColor(Theme::kAccent) : QColor());
+}
+
+void MainWindow::fitToScreen()
+{
+    // The usual minimum, unless the screen is smaller (1366 by 768 leaves
+    // less than 800 pixels of height): then the window, title bar included,
+    // must still fit. The frame is unknown before the window is shown.
+    constexpr int kTitleBarAllowance = 40;
+    QSize minimum(1280, 800);
+    if (const QScreen* display = screen())
+        minimum = minimum.boundedTo(display->availableSize() - QSize(0, kTitleBarAllowance));
+    setMinimumSize(minimum);
+}
+
+void MainWindow::restoreWindowState()
+{
+    Storage* storage = Storage::instance();
+    restoreGeometry(
+        QByteArray::fromBase64(storage->getString(QStringLiteral("mainWindowGeometry")).toLatin1()));
+    for (const QString& size :
+         storage->getString(QStringLiteral("gameScreenSplitter")).split(QLatin1Char(','), Qt::SkipEmptyParts))
+        splitterSizes.append(size.toInt());
+}
+
+void MainWindow::saveWindowState()
+{
+    Storage* storage = Storage::instance();
+    storage->putString(QStringLiteral("mainWindowGeometry"), QString::fromLatin1(saveGeometry().toBase64()));
+    QStringList sizes;
+    for (int size : std::as_const(splitterSizes))
+        sizes.append(QString::number(size));
+    storage->putString(QStringLiteral("gameScreenSplitter"), sizes.join(QLatin1Char(',')));
 }

@@ -57,6 +57,12 @@ private:
     void onHelp();
     void onExportProfile();
     void onImportProfile();
+    void onOutputArrived(GameScreen* screen, bool highlighted);
+    void onCurrentTabChanged(int index);
+    void showActivity(int index, int level);
+    void fitToScreen();
+    void restoreWindowState();
+    void saveWindowState();
 
     QTabWidget* tabs = nullptr;
     ConnectScreen* connectScreen = nullptr;
@@ -68,9 +74,14 @@ private:
         // link is being made it is false, so a second press does not
         // start over.
         bool down = false;
+        // New output since the player last looked: 0 none, 1 output,
+        // 2 output a highlighting trigger coloured.
+        int activity = 0;
     };
     QHash<QString, SessionTab> screens;
     CharacterDialog* characterDialog = nullptr;
     ProfileTransfer* profileTransfer = nullptr;
     QPointer<HelpDialog> helpDialog;
+    // The game screens' output/side panel split, shared by all and kept.
+    QList<int> splitterSizes;
 };

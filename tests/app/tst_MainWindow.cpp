@@ -8,6 +8,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSplitter>
 #include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -22,6 +23,7 @@
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "terminal/TerminalWidget.h"
 #include "ui/CharacterDialog.h"
 #include "ui/ConnectScreen.h"
 #include "ui/FeaturesDialog.h"
@@ -37,6 +39,9 @@ private slots:
     void charactersAreValidatedAndStored();
     void featuresAreSwitchedPerCharacter();
     void profilesTravelThroughTheFileMenu();
+    void sessionMenuActsOnTheScreenInFront();
+    void backgroundTabsShowNewOutput();
+    void windowLayoutSurvivesARestart();
     void everyFocusableControlHasAName();
     void quitEndsTheProgramWhateverIsOpen();
 };
@@ -364,6 +369,110 @@ void tst_MainWindow::quitEndsTheProgramWhateverIsOpen()
     QTimer::singleShot(10000, [] { QCoreApplication::exit(1); });
     QCOMPARE(QApplication::exec(), 0);
     QCOMPARE(question, "Quit|1 session(s) still connected. Disconnect and quit?");
+}
+
+void tst_MainWindow::sessionMenuActsOnTheScreenInFront()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    QTemporaryDir files;
+    MainWindow window;
+    QAction* reconnect = menuAction(window, "Reconnect");
+    QVERIFY(reconnect && !reconnect->isEnabled()); // the character list is in front
+    const Character hero{"Hero", "", "127.0.0.1", server.serverPort(), ""};
+    window.onConnectPressed(hero);
+    GameScreen* screen = window.getScreen(hero.key());
+    QTRY_VERIFY(server.hasPendingConnections());
+    QTcpSocket* link = server.nextPendingConnection();
+    QVERIFY(reconnect->isEnabled());
+
+    const QString log = files.filePath("hero.log");
+    answerModals({chooseFile(log)});
+    menuAction(window, "Log to File…")->trigger();
+    QVERIFY(screen->isLogging());
+    menuAction(window, "Timestamps")->trigger();
+    QVERIFY(screen->timestampsEnabled());
+    menuAction(window, "Timestamps")->trigger();
+    link->write("one\r\ntwo\r\n");
+    QTRY_VERIFY(screen->getTerminal()->toPlainText().contains("two"));
+    menuAction(window, "Stop Logging")->trigger();
+    QVERIFY(!screen->isLogging());
+    QFile written(log);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const QByteArray logged = written.readAll(); // its exact form is the terminal's business
+    QVERIFY(logged.contains("one") && logged.contains("two"));
+
+    menuAction(window, "Freeze Output")->trigger();
+    QVERIFY(screen->isOutputFrozen());
+    menuAction(window, "Freeze Output")->trigger();
+    menuAction(window, "Clear Output")->trigger();
+    QVERIFY(!screen->getTerminal()->toPlainText().contains("two"));
+
+    link->close();
+    QTRY_VERIFY(!screen->getSession()->isConnected());
+    reconnect->trigger();
+    QTRY_VERIFY(screen->getSession()->isConnected());
+}
+
+void tst_MainWindow::backgroundTabsShowNewOutput()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Character ann{"Ann", "", "127.0.0.1", server.serverPort(), ""};
+    const Character bob{"Bob", "", "127.0.0.1", server.serverPort(), ""};
+    Scripts scripts;
+    scripts.triggers = {Trigger::fromJson({{"pattern", "tells you"}, {"highlight", true}})};
+    Storage::instance()->setScripts(bob, scripts);
+    Storage::instance()->setEnabledFeatures(bob, {int(GameFeature::TriggerHighlights)});
+    MainWindow window;
+    window.onConnectPressed(bob);
+    QTRY_VERIFY(server.hasPendingConnections());
+    QTcpSocket* toBob = server.nextPendingConnection();
+    window.onConnectPressed(ann); // Ann in front, Bob behind
+    QTabWidget* tabs = window.getTabs();
+    const int bobTab = tabs->indexOf(window.getScreen(bob.key()));
+
+    toBob->write("The wind blows.\r\n");
+    QTRY_COMPARE(tabs->tabToolTip(bobTab), "New output");
+    QVERIFY(!tabs->tabIcon(bobTab).isNull());
+    toBob->write("Cid tells you: hi\r\nThe wind blows.\r\n");
+    QTRY_COMPARE(tabs->tabToolTip(bobTab), "New highlighted output");
+    tabs->setCurrentIndex(bobTab);
+    QCOMPARE(tabs->tabToolTip(bobTab), QString());
+    QVERIFY(tabs->tabIcon(bobTab).isNull());
+    toBob->write("The wind blows.\r\n"); // seen as it comes: no mark
+    QTest::qWait(100);
+    QCOMPARE(tabs->tabToolTip(bobTab), QString());
+}
+
+void tst_MainWindow::windowLayoutSurvivesARestart()
+{
+    const Character hero{"Hero", "", "127.0.0.1", 1, ""};
+    QList<int> dragged;
+    {
+        MainWindow window;
+        window.show();
+        window.resize(1333, 877);
+        window.onConnectPressed(hero);
+        auto* splitter = window.getScreen(hero.key())->findChild<QSplitter*>();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QList<int> before = splitter->sizes();
+        QWidget* handle = splitter->handle(1);
+        QTest::mousePress(handle, Qt::LeftButton);
+        QTest::mouseMove(handle, handle->rect().center() - QPoint(120, 0));
+        QTest::mouseRelease(handle, Qt::LeftButton, {}, handle->rect().center() - QPoint(120, 0));
+        dragged = splitter->sizes();
+        QVERIFY(dragged != before);
+        QVERIFY(window.close());
+    }
+    MainWindow window;
+    window.show();
+    QCOMPARE(window.size(), QSize(1333, 877));
+    window.onConnectPressed(hero);
+    QCOMPARE(window.getScreen(hero.key())->findChild<QSplitter*>()->sizes(), dragged);
+    // Fits a 1366 by 768 screen less a panel and a title bar, input line and CONNECT included.
+    QVERIFY2(window.minimumSizeHint().height() <= 768 - 40 - 40,
+             qPrintable(QString::number(window.minimumSizeHint().height())));
 }
 
 // Opens every window and dialog the player can reach from the main window by
