@@ -31,7 +31,7 @@ const FeatureText kFeatures[FeaturesDialog::kFeatureCount] = {
     {GameFeature::MsdpTracking, "MSDP tracking", "Keep the game state the server sends over MSDP"},
     {GameFeature::TriggerHighlights, "Trigger highlights", "Triggers may colour the lines they match"},
     {GameFeature::StandardTelnet, "Standard telnet",
-     "UTF-8, prompts, telnet options and compression for servers other than the home game"},
+     "UTF-8, prompts, telnet options and compression, for other servers"},
     {GameFeature::ClientConveniences, "Client conveniences",
      "Echo typed commands, \";\" and \"#\" on the input line, profiles, help and more"},
 };
@@ -57,6 +57,7 @@ FeaturesDialog::FeaturesDialog(QWidget* parent)
         box->setAccessibleDescription(description);
         box->setToolTip(description);
         auto* line = new QLabel(description, this);
+        line->setWordWrap(true);
         line->setStyleSheet(
             QStringLiteral("color: %1; margin-left: 24px; margin-bottom: 6px;").arg(Theme::kTextMuted));
         layout->addWidget(box);
