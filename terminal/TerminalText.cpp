@@ -94,21 +94,29 @@ QList<AnsiParser::FormatRun> TerminalText::drawableRuns(QList<AnsiParser::Format
 }
 
 QList<AnsiParser::FormatRun> TerminalText::cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column,
-                                                        qsizetype maxLength)
+                                                        qsizetype maxLength, qsizetype maxRuns)
 {
     qsizetype total = column;
     for (const AnsiParser::FormatRun& run : runs)
         total += run.text.size();
-    if (total <= maxLength)
+    if (total <= maxLength && runs.size() <= maxRuns)
         return runs;
 
     QList<AnsiParser::FormatRun> cut;
+    qsizetype runsInLine = 0;
     for (const AnsiParser::FormatRun& run : runs) {
+        if (runsInLine >= maxRuns && column > 0 && !cut.isEmpty()) {
+            cut.last().text += u'\n';
+            column = 0;
+            runsInLine = 0;
+        }
+        ++runsInLine;
         qsizetype start = 0;
         for (qsizetype i = 0; i < run.text.size(); ++i) {
             const QChar c = run.text[i];
             if (c == u'\n') {
                 column = 0;
+                runsInLine = 0;
                 continue;
             }
             // Never cut between the halves of a surrogate pair.
@@ -116,6 +124,7 @@ QList<AnsiParser::FormatRun> TerminalText::cutLongLines(QList<AnsiParser::Format
                 cut.append({run.text.mid(start, i - start) + u'\n', run.format});
                 start = i;
                 column = 0;
+                runsInLine = 1;
             }
             ++column;
         }

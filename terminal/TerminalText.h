@@ -26,10 +26,11 @@ public:
     // Drops what drawable() drops from every run, and the runs left empty.
     static QList<AnsiParser::FormatRun> drawableRuns(QList<AnsiParser::FormatRun> runs);
 
-    // Splits runs so that no line grows past maxLength characters; column is
-    // the length of the line the first run continues. Cuts are line feeds.
+    // Splits runs so that no line grows past maxLength characters or maxRuns
+    // runs; column is the length of the line the first run continues. Cuts are
+    // line feeds.
     static QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column,
-                                                     qsizetype maxLength);
+                                                     qsizetype maxLength, qsizetype maxRuns);
 
     static int countLineFeeds(QStringView text);
 

@@ -29,9 +29,13 @@ constexpr int kDefaultScrollback = 5000;
 constexpr int kLineHeightPercent = 120;
 // Within this many lines of the bottom the view counts as following the output.
 constexpr int kLiveTailSlack = 10;
-// A server line longer than this is cut into several blocks, so that one line
-// cannot hold megabytes inside a scrollback that is counted in blocks.
-constexpr qsizetype kMaxBlockLength = 64 * 1024;
+// A server line longer than this, or with more colour changes than this, is
+// cut into several lines. Laying out a line costs more than in proportion to
+// its length and its format changes, and a line is always laid out whole: a
+// 64 KiB line changing colour at every character would stall the event loop
+// for some 100 ms each time it is shown. Ordinary lines stay far below both.
+constexpr qsizetype kMaxBlockLength = 4096;
+constexpr qsizetype kMaxRunsPerBlock = 256;
 // Longer lines do not keep their shaped glyphs (see insertLine): the memory a
 // line may hold stays small even when the server sends huge ones.
 constexpr qsizetype kMaxGlyphCachedBlockLength = 4096;
@@ -144,8 +148,8 @@ void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
 {
     QTextDocument* doc = document();
     const qsizetype column = doc->lastBlock().length() - 1;
-    const QList<AnsiParser::FormatRun> runs =
-        TerminalText::cutLongLines(TerminalText::drawableRuns(parser.parse(line)), column, kMaxBlockLength);
+    const QList<AnsiParser::FormatRun> runs = TerminalText::cutLongLines(
+        TerminalText::drawableRuns(parser.parse(line)), column, kMaxBlockLength, kMaxRunsPerBlock);
     const bool needsLineEnd = !leaveOpen && !line.endsWith(u'\n');
     int newBlocks = needsLineEnd ? 1 : 0;
     int newCharacters = 0;
