@@ -1,22 +1,33 @@
 #include "app/MainWindow.h"
 
+#include <QCloseEvent>
+#include <QCoreApplication>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPainter>
+#include <QPushButton>
+#include <QScreen>
+#include <QSplitter>
 #include <QTabBar>
 #include <QTabWidget>
 
+#include "app/ProfileTransfer.h"
+#include "app/SessionMenu.h"
+#include "net/MudConnection.h"
 #include "session/GameSession.h"
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
 #include "ui/CharacterDialog.h"
 #include "ui/ConnectScreen.h"
+#include "ui/FeaturesDialog.h"
 #include "ui/GameScreen.h"
+#include "ui/HelpDialog.h"
 #include "ui/Theme.h"
 
 MainWindow::MainWindow()
 {
     setWindowTitle(QStringLiteral("Olvex Desktop Client"));
-    setMinimumSize(1280, 800);
+    fitToScreen();
 
     tabs = new QTabWidget(this);
     tabs->setStyleSheet(Theme::tabPaneStyleSheet());
@@ -27,13 +38,18 @@ MainWindow::MainWindow()
     tabs->addTab(connectScreen, QStringLiteral("Characters"));
     tabs->setTabsClosable(false);
     characterDialog = new CharacterDialog(this);
+    profileTransfer = new ProfileTransfer(this);
 
     connect(connectScreen, &ConnectScreen::connect, this, &MainWindow::onConnectPressed);
     connect(connectScreen, &ConnectScreen::addCharacter, this, &MainWindow::onAddCharacter);
     connect(connectScreen, &ConnectScreen::editCharacter, this, &MainWindow::onEditCharacter);
     connect(connectScreen, &ConnectScreen::deleteCharacter, this, &MainWindow::onDeleteCharacter);
+    connect(connectScreen, &ConnectScreen::editFeatures, this, &MainWindow::onEditFeatures);
     connect(tabs, &QTabWidget::tabCloseRequested, this, &MainWindow::onTabCloseRequested);
+    connect(tabs, &QTabWidget::currentChanged, this, &MainWindow::onCurrentTabChanged);
+    connect(SessionManager::instance(), &SessionManager::sessionClosed, this, &MainWindow::onSessionClosed);
     setupMenuBar();
+    restoreWindowState();
 }
 
 MainWindow::~MainWindow()
@@ -47,15 +63,46 @@ MainWindow::~MainWindow()
 void MainWindow::setupMenuBar()
 {
     QMenu* file = menuBar()->addMenu(QStringLiteral("File"));
-    file->addAction(QStringLiteral("Import Profile"));
-    file->addAction(QStringLiteral("Export Profile"));
+    connect(file->addAction(QStringLiteral("Import Profile")), &QAction::triggered, this,
+            &MainWindow::onImportProfile);
+    connect(file->addAction(QStringLiteral("Export Profile")), &QAction::triggered, this,
+            &MainWindow::onExportProfile);
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"));
-    quit->setShortcut(QKeySequence::Quit);
+    // Spelled out: QKeySequence::Quit is empty on platforms without a quit key.
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    // Ctrl+Q quits from any window of the client, the script editor's too.
+    quit->setShortcutContext(Qt::ApplicationShortcut);
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
-    menuBar()->addMenu(QStringLiteral("Tools"))->addAction(QStringLiteral("Help"));
+    QAction* help = menuBar()->addMenu(QStringLiteral("Tools"))->addAction(QStringLiteral("Help"));
+    connect(help, &QAction::triggered, this, &MainWindow::onHelp);
     menuBar()->addMenu(QStringLiteral("View"))->addAction(QStringLiteral("Theme"));
+    new SessionMenu(menuBar()->addMenu(QStringLiteral("Session")), tabs);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    int connected = 0;
+
+    for (const SessionTab& tab : std::as_const(screens))
+        connected += tab.screen->getSession()->isConnected() ? 1 : 0;
+    if (connected > 0 &&
+        !confirm(QStringLiteral("Quit"),
+                 QStringLiteral("%1 session(s) still connected. Disconnect and quit?").arg(connected))) {
+        event->ignore();
+        return;
+    }
+    saveWindowState();
+    event->accept();
+    // Other top-level windows (a script editor) must not keep the program alive.
+    QCoreApplication::quit();
+}
+
+bool MainWindow::confirm(const QString& title, const QString& text)
+{
+    return QMessageBox::question(this, title, text, QMessageBox::Yes | QMessageBox::No, QMessageBox::No) ==
+           QMessageBox::Yes;
 }
 
 void MainWindow::onConnectPressed(const Character& character)
@@ -67,30 +114,47 @@ void MainWindow::onConnectPressed(const Character& character)
         return;
     }
 
-    const QString key = character.key();
-    GameScreen* screen = screens.value(key);
-    if (!screen) {
-        screen = new GameScreen(session, this);
-        screens.insert(key, screen);
-        sessions.insert(key, session);
-        tabs->addTab(screen, QStringLiteral("%1 @ %2").arg(character.name, character.host));
-        tabs->setTabsClosable(true);
-        // The close handler already ignores the character list; a close
-        // button that does nothing would only puzzle the player.
-        tabs->tabBar()->setTabButton(0, QTabBar::RightSide, nullptr);
-        tabs->tabBar()->setTabButton(0, QTabBar::LeftSide, nullptr);
+    SessionTab& tab = screens[character.key()];
+    if (!tab.screen) {
+        tab.screen = addScreen(session);
+    } else if (std::exchange(tab.down, false)) {
+        tab.screen->reconnect(); // the same session, so scrollback and state stay
     }
+    GameScreen* screen = tab.screen;
     SessionManager::instance()->setActiveSession(session);
     tabs->setCurrentWidget(screen);
     screen->setFocus();
+}
 
-    // Made on every press; both handlers are harmless when they run twice.
-    connect(screen, &GameScreen::disconnect, this, [this, screen] {
-        const int index = tabs->indexOf(screen);
-        if (index > 0)
-            onTabCloseRequested(index);
-    });
+GameScreen* MainWindow::addScreen(GameSession* session)
+{
+    const Character& character = session->getCharacter();
+    auto* screen = new GameScreen(session, this);
+    tabs->addTab(screen, QStringLiteral("%1 @ %2").arg(character.name, character.host));
+    tabs->setTabsClosable(true);
+    // The close handler already ignores the character list; a close button
+    // that does nothing would only puzzle the player.
+    tabs->tabBar()->setTabButton(0, QTabBar::RightSide, nullptr);
+    tabs->tabBar()->setTabButton(0, QTabBar::LeftSide, nullptr);
+
+    // Disconnect is an explicit request, so it closes without asking.
+    connect(screen, &GameScreen::disconnect, this, [this, key = character.key()] { closeSession(key); });
     connect(screen, &GameScreen::profiles, this, [this] { tabs->setCurrentIndex(0); });
+    auto markDown = [this, key = character.key()] {
+        if (const auto it = screens.find(key); it != screens.end())
+            it->down = true;
+    };
+    connect(session, &GameSession::disconnected, this, markDown);
+    connect(session->getConnection(), &MudConnection::error, this, markDown);
+    connect(screen, &GameScreen::outputArrived, this,
+            [this, screen](bool highlighted) { onOutputArrived(screen, highlighted); });
+    if (auto* splitter = screen->findChild<QSplitter*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (splitterSizes.size() == splitter->count())
+            splitter->setSizes(splitterSizes);
+        connect(splitter, &QSplitter::splitterMoved, this,
+                [this, splitter] { splitterSizes = splitter->sizes(); });
+    }
+    return screen;
 }
 
 void MainWindow::onTabCloseRequested(int index)
@@ -100,21 +164,29 @@ void MainWindow::onTabCloseRequested(int index)
     auto* screen = qobject_cast<GameScreen*>(tabs->widget(index));
     if (!screen)
         return;
-    const QString key = screens.key(screen);
-    if (!key.isEmpty())
-        closeSession(key);
+    if (screen->getSession()->isConnected() &&
+        !confirm(QStringLiteral("Close Session"), QStringLiteral("Disconnect '%1' and close its tab?")
+                                                      .arg(screen->getSession()->getCharacter().name)))
+        return;
+    closeSession(screen->getSession()->getCharacter().key());
 }
 
 void MainWindow::closeSession(const QString& key)
 {
-    GameScreen* screen = screens.take(key);
-    GameSession* session = sessions.take(key);
-    if (screen) {
-        tabs->removeTab(tabs->indexOf(screen));
-        screen->deleteLater();
-    }
-    if (session)
-        SessionManager::instance()->closeSession(session);
+    // The tab goes when the manager reports the session closed.
+    if (GameScreen* screen = screens.value(key).screen)
+        SessionManager::instance()->closeSession(screen->getSession());
+}
+
+void MainWindow::onSessionClosed(GameSession* session)
+{
+    const auto it = screens.constFind(session->getCharacter().key());
+    if (it == screens.cend() || it->screen->getSession() != session)
+        return;
+    GameScreen* screen = it->screen;
+    screens.erase(it);
+    tabs->removeTab(tabs->indexOf(screen));
+    screen->deleteLater();
     if (tabs->count() == 1)
         tabs->setTabsClosable(false);
 }
@@ -160,13 +232,152 @@ void MainWindow::onEditCharacter(const Character& original)
 
 void MainWindow::onDeleteCharacter(const Character& character)
 {
-    const auto answer = QMessageBox::question(this, QStringLiteral("Confirm Delete"),
-                                              QStringLiteral("Delete character '%1'?").arg(character.name),
-                                              QMessageBox::Yes | QMessageBox::No);
-    if (answer != QMessageBox::Yes)
+    if (!confirm(QStringLiteral("Confirm Delete"),
+                 QStringLiteral("Delete character '%1'?").arg(character.name)))
         return;
     QList<Character> characters = Storage::instance()->getCharacters();
     characters.removeOne(character);
     Storage::instance()->setCharacters(characters);
     connectScreen->loadCharacters();
+}
+
+void MainWindow::onEditFeatures(const Character& character)
+{
+    Storage* storage = Storage::instance();
+    QList<int> features = storage->getEnabledFeatures(character);
+    // A character of the home game that never had a session shows the
+    // features its first session will switch on.
+    if (features.isEmpty() && character.host.toLower().contains(GameFeatures::kHomeDomain))
+        features = GameFeatures::homeDefaults();
+
+    FeaturesDialog dialog(this);
+    dialog.setFeatures(character.name, features);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    features = dialog.getFeatures();
+    if (GameSession* session = SessionManager::instance()->getSession(character)) {
+        for (int code = 0; code < FeaturesDialog::kFeatureCount; ++code) {
+            const auto feature = static_cast<GameFeature>(code);
+            if (session->isFeatureEnabled(feature) != features.contains(code))
+                session->setFeatureEnabled(feature, features.contains(code));
+        }
+    }
+    // Last, so the stored order is the dialog's whatever the session wrote.
+    storage->setEnabledFeatures(character, features);
+}
+
+std::optional<Character> MainWindow::currentCharacter() const
+{
+    if (const auto* screen = qobject_cast<GameScreen*>(tabs->currentWidget()))
+        return screen->getSession()->getCharacter();
+    return connectScreen->currentCharacter();
+}
+
+bool MainWindow::conveniencesEnabled(const Character& character) const
+{
+    if (const GameSession* session = SessionManager::instance()->getSession(character))
+        return session->isFeatureEnabled(GameFeature::ClientConveniences);
+    return Storage::instance()->getEnabledFeatures(character).contains(int(GameFeature::ClientConveniences));
+}
+
+void MainWindow::onHelp()
+{
+    const std::optional<Character> character = currentCharacter();
+    if (!character || !conveniencesEnabled(*character))
+        return;
+    if (!helpDialog) {
+        helpDialog = new HelpDialog(this);
+        helpDialog->setObjectName(QStringLiteral("helpDialog"));
+    }
+    helpDialog->show();
+    helpDialog->raise();
+    helpDialog->activateWindow();
+}
+
+void MainWindow::onExportProfile()
+{
+    const std::optional<Character> character = currentCharacter();
+    if (character && conveniencesEnabled(*character))
+        profileTransfer->exportProfile(*character);
+}
+
+void MainWindow::onImportProfile()
+{
+    const std::optional<Character> character = currentCharacter();
+    if (character && conveniencesEnabled(*character))
+        profileTransfer->importProfile(*character);
+}
+
+void MainWindow::onOutputArrived(GameScreen* screen, bool highlighted)
+{
+    const int index = tabs->indexOf(screen);
+    const auto it = screens.find(screen->getSession()->getCharacter().key());
+    if (index <= 0 || index == tabs->currentIndex() || it == screens.end())
+        return;
+    const int level = qMax(it->activity, highlighted ? 2 : 1);
+    if (level != it->activity)
+        showActivity(index, it->activity = level);
+}
+
+void MainWindow::onCurrentTabChanged(int index)
+{
+    auto* screen = qobject_cast<GameScreen*>(tabs->widget(index));
+    if (!screen)
+        return;
+    SessionManager::instance()->setActiveSession(screen->getSession());
+    const auto it = screens.find(screen->getSession()->getCharacter().key());
+    if (it != screens.end() && it->activity != 0)
+        showActivity(index, it->activity = 0);
+}
+
+void MainWindow::showActivity(int index, int level)
+{
+    // A dot and a colour for the eye, the tool tip for a screen reader.
+    static const char* const kTips[] = {"", "New output", "New highlighted output"};
+    QIcon icon;
+    if (level > 0) {
+        QPixmap dot(12, 12);
+        dot.fill(Qt::transparent);
+        QPainter painter(&dot);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QColor(Theme::kAccent));
+        painter.setBrush(level > 1 ? QColor(Theme::kAccent) : QColor(Qt::transparent));
+        painter.drawEllipse(QRectF(1.5, 1.5, 9, 9));
+        icon = QIcon(dot);
+    }
+    tabs->setTabIcon(index, icon);
+    tabs->setTabToolTip(index, QString::fromLatin1(kTips[level]));
+    tabs->tabBar()->setTabTextColor(index, level > 1 ? QColor(Theme::kAccent) : QColor());
+}
+
+void MainWindow::fitToScreen()
+{
+    // The usual minimum, unless the screen is smaller (1366 by 768 leaves
+    // less than 800 pixels of height): then the window, title bar included,
+    // must still fit. The frame is unknown before the window is shown.
+    constexpr int kTitleBarAllowance = 40;
+    QSize minimum(1280, 800);
+    if (const QScreen* display = screen())
+        minimum = minimum.boundedTo(display->availableSize() - QSize(0, kTitleBarAllowance));
+    setMinimumSize(minimum);
+}
+
+void MainWindow::restoreWindowState()
+{
+    Storage* storage = Storage::instance();
+    restoreGeometry(
+        QByteArray::fromBase64(storage->getString(QStringLiteral("mainWindowGeometry")).toLatin1()));
+    for (const QString& size :
+         storage->getString(QStringLiteral("gameScreenSplitter")).split(QLatin1Char(','), Qt::SkipEmptyParts))
+        splitterSizes.append(size.toInt());
+}
+
+void MainWindow::saveWindowState()
+{
+    Storage* storage = Storage::instance();
+    storage->putString(QStringLiteral("mainWindowGeometry"), QString::fromLatin1(saveGeometry().toBase64()));
+    QStringList sizes;
+    for (int size : std::as_const(splitterSizes))
+        sizes.append(QString::number(size));
+    storage->putString(QStringLiteral("gameScreenSplitter"), sizes.join(QLatin1Char(',')));
 }

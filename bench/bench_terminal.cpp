@@ -91,6 +91,38 @@ void measure(const char* label, QString (*line)(int))
                 median(cpuRates));
 }
 
+// The longest single append, with the event-loop turn that follows it, over a
+// few repetitions at full scrollback: what a hostile server can make one turn cost.
+void measureLongestAppend(const char* label, const QString& text)
+{
+    auto terminal = makeTerminal();
+    qint64 longest = 0;
+    for (int i = 0; i < 20; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        terminal->appendAnsiText(text);
+        QApplication::processEvents();
+        longest = std::max(longest, timer.nsecsElapsed());
+    }
+    std::printf("%s longest append %6.1f ms\n", label, double(longest) / 1e6);
+}
+
+QString everyCharacterColoured(qsizetype length)
+{
+    QString text;
+    for (qsizetype i = 0; text.size() < length; ++i)
+        text += QStringLiteral("\033[3%1m%2").arg(i % 8).arg(QChar(char16_t(u'a' + i % 26)));
+    return text + u'\n';
+}
+
+QString truecolourLine(int n)
+{
+    return QStringLiteral("\033[38;2;%1;%2;%3mA line in its own colour.\n")
+        .arg(n & 255)
+        .arg(n >> 8 & 255)
+        .arg(n >> 16 & 255);
+}
+
 long statusKilobytes(const char* field)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -115,6 +147,11 @@ int main(int argc, char** argv)
     measure("plain lines:   ", plainLine);
     measure("coloured lines:", colouredLine); // 11 SGR sequences per line
 
+    measureLongestAppend("64 KiB plain line:       ", QString(64 * 1024, u'x') + u'\n');
+    measureLongestAppend("64 KiB, colour per char: ", everyCharacterColoured(64 * 1024));
+    measureLongestAppend("64 KiB CSI parameters:   ", QStringLiteral("\033[") +
+                                                          QStringLiteral("1;").repeated(32 * 1024) +
+                                                          QStringLiteral("mx\n"));
     auto terminal = makeTerminal();
     appendLines(*terminal, kMemoryLines / 10, colouredLine);
     const long peakEarly = statusKilobytes("VmHWM");
@@ -123,5 +160,14 @@ int main(int argc, char** argv)
                 "%d blocks kept\n",
                 peakEarly, kMemoryLines / 10, statusKilobytes("VmHWM"), kMemoryLines,
                 terminal->document()->blockCount());
+    terminal.reset();
+    {
+        auto terminal = makeTerminal();
+        appendLines(*terminal, kMemoryLines, truecolourLine);
+        std::printf(
+            "peak memory (VmHWM): %ld kB after %d lines of distinct 24-bit colours; %lld formats kept\n",
+            statusKilobytes("VmHWM"), kMemoryLines, qlonglong(terminal->document()->allFormats().size()));
+    }
+
     return 0;
 }

@@ -1,8 +1,6 @@
 #include "lua/LuaPackage.h"
 
-#include <QDateTime>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -10,8 +8,8 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 
+#include "lua/ScratchDir.h"
 #include "storage/JsonFields.h"
 
 namespace {
@@ -19,49 +17,6 @@ namespace {
 const QString kMetadataFile = QStringLiteral("metadata.json");
 const QString kScriptsFolder = QStringLiteral("scripts");
 const QString kModuleSuffix = QStringLiteral(".lua");
-
-// A private working directory under the system temporary directory. The name
-// keeps the operation's prefix and the time for whoever looks at /tmp, plus a
-// random part so two operations in the same millisecond never share one.
-class ScratchDir final {
-public:
-    explicit ScratchDir(const QString& prefix)
-        : dir(QDir::tempPath() + QLatin1Char('/') + prefix +
-              QString::number(QDateTime::currentMSecsSinceEpoch()) + QStringLiteral("_XXXXXX"))
-    {
-        dir.setAutoRemove(false);
-    }
-    ~ScratchDir()
-    {
-        if (!dir.isValid())
-            return;
-        // unzip restores the folder modes stored in the archive; a read-only
-        // folder would otherwise keep its files from being removed.
-        QDirIterator it(dir.path(), QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            if (!it.fileInfo().isSymLink())
-                QFile::setPermissions(path, QFile::permissions(path) | QFile::ReadOwner | QFile::WriteOwner |
-                                                QFile::ExeOwner);
-        }
-        dir.remove();
-    }
-    ScratchDir(const ScratchDir&) = delete;
-    ScratchDir& operator=(const ScratchDir&) = delete;
-
-    bool isValid(QString& error) const
-    {
-        if (!dir.isValid())
-            error = QStringLiteral("Failed to create temporary directory: %1").arg(dir.errorString());
-        return dir.isValid();
-    }
-    QString path() const { return dir.path(); }
-    QString filePath(const QString& name) const { return dir.filePath(name); }
-
-private:
-    QTemporaryDir dir;
-};
 
 // Runs zip or unzip to completion. Its input is empty, so a question such as
 // unzip's "replace file?" is answered at once instead of stalling the client.
@@ -173,20 +128,28 @@ bool checkPackageListing(const QString& packagePath, const QString& workingDir, 
     return true;
 }
 
-// The listing already refused links; a link here would still never be followed.
-bool readMetadataFile(const ScratchDir& temp, LuaPackage::Metadata& metadata, QString& error)
+} // namespace
+
+bool LuaPackage::isValidModuleName(const QString& name)
 {
-    const QString path = temp.filePath(kMetadataFile);
+    static const QRegularExpression rule(QStringLiteral("^[a-zA-Z_][a-zA-Z0-9_]*$"));
+    return rule.match(name).hasMatch();
+}
+
+// The listing already refused links; a link here would still never be followed.
+bool LuaPackage::readMetadataFile(const QString& dir, Metadata& metadata, QString& error)
+{
+    const QString path = dir + QLatin1Char('/') + kMetadataFile;
     QFile file(path);
     if (QFileInfo(path).isSymLink() || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         error = QStringLiteral("Failed to read metadata.json from package");
         return false;
     }
-    metadata = LuaPackage::jsonToMetadata(QString::fromUtf8(file.readAll()));
+    metadata = jsonToMetadata(QString::fromUtf8(file.readAll()));
     // Module names become file names; one that the editor could never have
     // created marks a forged package, so none of it is taken.
     for (const LuaModule& module : std::as_const(metadata.modules)) {
-        if (!LuaPackage::isValidModuleName(module.name)) {
+        if (!isValidModuleName(module.name)) {
             error = QStringLiteral("Package names an invalid module: %1").arg(module.name);
             metadata = {};
             return false;
@@ -195,12 +158,26 @@ bool readMetadataFile(const ScratchDir& temp, LuaPackage::Metadata& metadata, QS
     return true;
 }
 
-} // namespace
-
-bool LuaPackage::isValidModuleName(const QString& name)
+bool LuaPackage::extractPackage(const QString& packagePath, const QString& targetDir, QString& error)
 {
-    static const QRegularExpression rule(QStringLiteral("^[a-zA-Z_][a-zA-Z0-9_]*$"));
-    return rule.match(name).hasMatch();
+    const QString archive = QFileInfo(packagePath).absoluteFilePath();
+    return checkPackageListing(archive, targetDir, error) &&
+           runTool(QStringLiteral("unzip"), {QStringLiteral("-q"), archive}, targetDir, error);
+}
+
+bool LuaPackage::zipFolder(const QString& folder, const QStringList& entries, const QString& outputPath,
+                           QString& error)
+{
+    // zip runs inside the folder, so a relative output path would land there.
+    // An existing archive of that name is added to, not replaced.
+    const QString archive = QFileInfo(outputPath).absoluteFilePath();
+    if (!runTool(QStringLiteral("zip"), QStringList{QStringLiteral("-r"), archive} + entries, folder, error))
+        return false;
+    if (!QFile::exists(archive)) {
+        error = QStringLiteral("Package file was not created: %1").arg(archive);
+        return false;
+    }
+    return true;
 }
 
 bool LuaPackage::exportPackage(const QString& scriptDir, const QList<LuaModule>& modules,
@@ -233,18 +210,7 @@ bool LuaPackage::exportPackage(const QString& scriptDir, const QList<LuaModule>&
         }
     }
 
-    // zip runs inside the temporary directory, so a relative output path
-    // would land there and vanish with it. An existing archive of that name
-    // is added to, not replaced.
-    const QString archive = QFileInfo(outputPath).absoluteFilePath();
-    if (!runTool(QStringLiteral("zip"), {QStringLiteral("-r"), archive, kMetadataFile, kScriptsFolder},
-                 temp.path(), error))
-        return false;
-    if (!QFile::exists(archive)) {
-        error = QStringLiteral("Package file was not created: %1").arg(archive);
-        return false;
-    }
-    return true;
+    return zipFolder(temp.path(), {kMetadataFile, kScriptsFolder}, outputPath, error);
 }
 
 bool LuaPackage::importPackage(const QString& packagePath, const QString& scriptDir, bool skipExisting,
@@ -254,14 +220,8 @@ bool LuaPackage::importPackage(const QString& packagePath, const QString& script
     if (!temp.isValid(error))
         return false;
 
-    const QString archive = QFileInfo(packagePath).absoluteFilePath();
-    if (!checkPackageListing(archive, temp.path(), error))
-        return false;
-    if (!runTool(QStringLiteral("unzip"), {QStringLiteral("-q"), archive}, temp.path(), error))
-        return false;
-
     Metadata metadata;
-    if (!readMetadataFile(temp, metadata, error))
+    if (!extractPackage(packagePath, temp.path(), error) || !readMetadataFile(temp.path(), metadata, error))
         return false;
     modules = metadata.modules;
 
@@ -294,7 +254,7 @@ LuaPackage::Metadata LuaPackage::readMetadata(const QString& packagePath, QStrin
     if (!checkPackageListing(archive, temp.path(), error) ||
         !runTool(QStringLiteral("unzip"), {QStringLiteral("-q"), archive, kMetadataFile}, temp.path(),
                  error) ||
-        !readMetadataFile(temp, metadata, error))
+        !readMetadataFile(temp.path(), metadata, error))
         return {};
     return metadata;
 }

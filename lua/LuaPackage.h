@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include "storage/Scripts.h"
 
@@ -40,4 +41,14 @@ public:
     static Metadata jsonToMetadata(const QString& json);
 
     static bool isValidModuleName(const QString& name);
+
+    // The pieces other package formats share, so their archives get the same
+    // checks. extractPackage lists the archive, refuses it as described
+    // above, and unpacks it into targetDir.
+    static bool extractPackage(const QString& packagePath, const QString& targetDir, QString& error);
+    // Reads dir/metadata.json and refuses module names no module could have.
+    static bool readMetadataFile(const QString& dir, Metadata& metadata, QString& error);
+    // zip -r outputPath entries..., run inside folder.
+    static bool zipFolder(const QString& folder, const QStringList& entries, const QString& outputPath,
+                          QString& error);
 };

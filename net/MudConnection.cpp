@@ -3,6 +3,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <utility>
+
 namespace {
 
 const QString kDefaultTerminalType = QStringLiteral("Olvex-Desktop");
@@ -23,9 +25,11 @@ MudConnection::MudConnection(QObject* parent)
     , autoLoginTimer(new QTimer(this))
     , autoLoginDelay(kDefaultAutoLoginDelayMs)
     , terminalType(kDefaultTerminalType)
+    , inflateTimer(new QTimer(this))
 {
     socket->setReadBufferSize(kReadBufferBytes);
     setupConnections();
+    setupStandardParser();
 }
 
 void MudConnection::setupConnections()
@@ -38,6 +42,9 @@ void MudConnection::setupConnections()
     keepaliveTimer->setInterval(kKeepaliveIntervalMs);
     connect(autoLoginTimer, &QTimer::timeout, this, &MudConnection::onAutoLoginTimer);
     autoLoginTimer->setSingleShot(true);
+    connect(inflateTimer, &QTimer::timeout, this, &MudConnection::onInflateTurn);
+    inflateTimer->setSingleShot(true);
+    inflateTimer->setInterval(0);
 
     parser.onText = [this](const QString& character) {
         emit textReceived(character);
@@ -63,6 +70,29 @@ void MudConnection::setupConnections()
     };
 }
 
+void MudConnection::setupStandardParser()
+{
+    standardParser.onText = [this](const QString& text) {
+        emit textReceived(text);
+    };
+    standardParser.onMsdpVariable = parser.onMsdpVariable;
+    standardParser.onPromptEnd = [this] {
+        emit promptEnded();
+    };
+    standardParser.onServerEcho = [this](bool on) {
+        serverEchoes = on;
+        emit serverEchoChanged(on);
+    };
+    standardParser.onSend = [this](const QByteArray& bytes) {
+        writeAndFlush(bytes);
+    };
+    standardParser.onError = [this](const QString& message) {
+        inflateTimer->stop();
+        emit error(message);
+        socket->abort();
+    };
+}
+
 void MudConnection::connectToServer(const QString& host, int port)
 {
     if (socket->state() != QAbstractSocket::UnconnectedState) {
@@ -73,6 +103,7 @@ void MudConnection::connectToServer(const QString& host, int port)
         if (socket->state() != QAbstractSocket::UnconnectedState)
             socket->abort();
     }
+    inflateTimer->stop(); // the old link's output is of no interest any more
     this->host = host;
     this->port = port;
     socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
@@ -125,13 +156,25 @@ void MudConnection::setTerminalType(const QString& type)
 
 void MudConnection::setStandardTelnet(bool on)
 {
+    if (on == standardTelnet)
+        return;
     standardTelnet = on;
+    if (on) {
+        // Switched on during a link: start negotiating from a clean slate
+        // (this offers TERMINAL-TYPE and NAWS again, which a server that has
+        // them already ignores).
+        if (isConnected())
+            standardParser.reset();
+    } else {
+        inflateTimer->stop();
+        if (std::exchange(serverEchoes, false))
+            emit serverEchoChanged(false);
+    }
 }
 
 void MudConnection::setWindowSize(int columns, int rows)
 {
-    windowColumns = columns;
-    windowRows = rows;
+    standardParser.setWindowSize(columns, rows);
 }
 
 void MudConnection::onConnected()
@@ -141,6 +184,12 @@ void MudConnection::onConnected()
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     keepaliveTimer->start();
     emit connected();
+    if (standardTelnet) {
+        // The same two offers, but now answered: the terminal type when asked,
+        // the window size as soon as the server agrees and on every change.
+        standardParser.reset();
+        return;
+    }
     // No window size ever follows the NAWS offer; servers fall back to their
     // default width, which is what the terminal expects.
     sendWillOption(TelnetParser::kOptionTerminalType);
@@ -151,12 +200,39 @@ void MudConnection::onDisconnected()
 {
     keepaliveTimer->stop();
     autoLoginTimer->stop();
+    inflateTimer->stop();
+    // Whoever masked the input for the server's echo must unmask it now.
+    if (std::exchange(serverEchoes, false))
+        emit serverEchoChanged(false);
     emit disconnected();
 }
 
 void MudConnection::onReadyRead()
 {
-    parser.parse(socket->readAll());
+    if (standardTelnet)
+        readStandard();
+    else
+        parser.parse(socket->readAll());
+}
+
+void MudConnection::readStandard()
+{
+    // While inflated output is still waiting, new bytes stay in the socket
+    // (whose buffer is bounded, so TCP slows the server down).
+    if (standardParser.hasPendingInput())
+        return;
+    standardParser.parse(socket->readAll());
+    if (standardParser.hasPendingInput())
+        inflateTimer->start();
+}
+
+void MudConnection::onInflateTurn()
+{
+    standardParser.resume();
+    if (standardParser.hasPendingInput())
+        inflateTimer->start();
+    else if (socket->bytesAvailable() > 0)
+        readStandard();
 }
 
 void MudConnection::onError(QAbstractSocket::SocketError)

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 
+#include "net/StandardTelnetParser.h"
 #include "net/TelnetParser.h"
 
 class QTcpSocket;
@@ -67,9 +68,12 @@ public slots:
     void onError(QAbstractSocket::SocketError socketError);
     void onKeepaliveTimer();
     void onAutoLoginTimer();
+    void onInflateTurn();
 
 private:
     void setupConnections();
+    void setupStandardParser();
+    void readStandard();
     // Writes only on a live link; anything else is dropped without a word, so
     // nothing can queue up ahead of the option announcement of the next link.
     bool writeToSocket(const QByteArray& bytes);
@@ -86,6 +90,9 @@ private:
     // Stored only: the client offers TERMINAL-TYPE but never answers SEND.
     QString terminalType;
     bool standardTelnet = false;
-    int windowColumns = 80;
-    int windowRows = 24;
+    // Chosen per link: the standard parser starts afresh with every connect.
+    StandardTelnetParser standardParser;
+    // Compressed input left over from one turn is inflated in the next.
+    QTimer* inflateTimer;
+    bool serverEchoes = false;
 };

@@ -1,7 +1,9 @@
 #include "terminal/TerminalWidget.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QDesktopServices>
 #include <QFile>
+#include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QRegularExpression>
@@ -10,12 +12,15 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <QTime>
 #include <QTimer>
+#include <QUrl>
 
 #include <optional>
 #include <utility>
 
+#include "terminal/TerminalText.h"
 #include "ui/Theme.h"
 
 namespace {
@@ -24,68 +29,33 @@ constexpr int kDefaultScrollback = 5000;
 constexpr int kLineHeightPercent = 120;
 // Within this many lines of the bottom the view counts as following the output.
 constexpr int kLiveTailSlack = 10;
-// A server line longer than this is cut into several blocks, so that one line
-// cannot hold megabytes inside a scrollback that is counted in blocks.
-constexpr qsizetype kMaxBlockLength = 64 * 1024;
+// A server line longer than this, or with more colour changes than this, is
+// cut into several lines. Laying out a line costs more than in proportion to
+// its length and its format changes, and a line is always laid out whole: a
+// 64 KiB line changing colour at every character would stall the event loop
+// for some 100 ms each time it is shown. Ordinary lines stay far below both.
+constexpr qsizetype kMaxBlockLength = 4096;
+constexpr qsizetype kMaxRunsPerBlock = 256;
 // Longer lines do not keep their shaped glyphs (see insertLine): the memory a
 // line may hold stays small even when the server sends huge ones.
 constexpr qsizetype kMaxGlyphCachedBlockLength = 4096;
+// The scrollback is counted in lines, but a server can make every line 64 KiB
+// long: 5000 of them would hold 650 MB of text. Beyond this many characters
+// (16 MB of text, some fifty times what 5000 ordinary lines hold) the oldest
+// lines go even below the line limit.
+constexpr int kMaxScrollbackCharacters = 8 * 1024 * 1024;
+// The document keeps every distinct character format it has ever been given,
+// even after the text that used it is gone: a server sending a new 24-bit
+// colour on every line would grow it by some 500 bytes a line, without end.
+// When the count passes this limit (or twice what the scrollback itself used
+// at the last compaction, whichever is more) the document is rebuilt from its
+// own content, which keeps only the formats still in use.
+constexpr int kFormatCompactionThreshold = 20000;
+// Longest unfinished escape sequence held back for the rest of an open line.
+constexpr qsizetype kMaxHeldEscape = 256;
 
 const QColor kHighlightColor(70, 130, 180);
 const QColor kFindHighlightColor(255, 255, 0, 100);
-
-// Characters at which QTextCursor::insertText starts a new block.
-bool breaksBlock(QChar c)
-{
-    const char16_t u = c.unicode();
-    return u == u'\n' || u == u'\r' || u == QChar::ParagraphSeparator || u == 0xfdd0 || u == 0xfdd1;
-}
-
-// How many new blocks inserting text adds, counted the way QTextCursor splits
-// text into blocks (CR LF within one insertion is one break).
-int countBlockBreaks(QStringView text)
-{
-    int breaks = 0;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n')
-            ++i;
-        if (breaksBlock(text[i]))
-            ++breaks;
-    }
-    return breaks;
-}
-
-// Splits runs so that no block grows past kMaxBlockLength; column is the length
-// of the block the first run goes into. The cuts are line feeds in the runs.
-QList<AnsiParser::FormatRun> cutLongLines(QList<AnsiParser::FormatRun> runs, qsizetype column)
-{
-    qsizetype total = column;
-    for (const AnsiParser::FormatRun& run : runs)
-        total += run.text.size();
-    if (total <= kMaxBlockLength)
-        return runs;
-
-    QList<AnsiParser::FormatRun> cut;
-    for (const AnsiParser::FormatRun& run : runs) {
-        qsizetype start = 0;
-        for (qsizetype i = 0; i < run.text.size(); ++i) {
-            const QChar c = run.text[i];
-            if (breaksBlock(c)) {
-                column = 0;
-                continue;
-            }
-            // Never cut between the halves of a surrogate pair.
-            if (column >= kMaxBlockLength && !c.isLowSurrogate()) {
-                cut.append({run.text.mid(start, i - start) + u'\n', run.format});
-                start = i;
-                column = 0;
-            }
-            ++column;
-        }
-        cut.append({run.text.mid(start), run.format});
-    }
-    return cut;
-}
 
 } // namespace
 
@@ -96,6 +66,7 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     // The undo history would keep every line ever shown.
     document()->setUndoRedoEnabled(false);
     document()->setMaximumBlockCount(kDefaultScrollback);
+    formatCompactionThreshold = kFormatCompactionThreshold;
 
     QFont terminalFont(QStringLiteral("Courier New"), Theme::kDefaultFontSize);
     terminalFont.setFixedPitch(true);
@@ -117,39 +88,76 @@ TerminalWidget::TerminalWidget(QWidget* parent)
     // for each new line; paintEvent then clears what the text does not cover.
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 
-    connect(document(), &QTextDocument::contentsChanged, this, &TerminalWidget::onContentsChanged);
+    // Following the output is the player's choice, made by scrolling: only a
+    // change of the scroll position decides it. Judged on every change of the
+    // text instead, a burst of lines (or an empty piece of text) would read a
+    // range not yet updated and pull a player who scrolled back to the bottom.
+    // The view moves its scroll bar with signals blocked for page keys and
+    // page clicks, so the view's own report of scrolling is what is watched.
+    connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect&, int dy) {
+        if (dy != 0)
+            onScrolled();
+    });
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TerminalWidget::onScrolled);
 }
 
 TerminalWidget::~TerminalWidget() = default;
 
 void TerminalWidget::appendAnsiText(const QString& text)
 {
+    // The session hands over a text for nearly every byte it receives, most of
+    // them empty: they must leave no stamp, no log line and no queued entry.
+    if (text.isEmpty())
+        return;
     if (frozen) {
         pendingLines.append(text);
         return;
     }
-    const QString line =
-        timestamps ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] ")) + text : text;
-    if (logging && logFile)
-        writeLog(line);
+    const bool continuesLine = !openLine.isNull();
+    const QString stamp = timestamps && !continuesLine
+                              ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] "))
+                              : QString();
+    const bool leavesOpen = linesStayOpen && !text.endsWith(u'\n');
+    if (leavesOpen) {
+        openLine += stamp + text;
+    } else {
+        if (logging && logFile)
+            writeLog(openLine + stamp + text);
+        openLine = QString();
+    }
 
-    if (!line.isEmpty())
-        insertLine(line);
+    QString shown = std::exchange(heldEscape, QString()) + text;
+    if (leavesOpen) {
+        // The colour code cut short at the end of this piece is finished by
+        // the next one; shown now, it would appear as text.
+        const qsizetype cut = TerminalText::unfinishedEscape(shown);
+        if (cut >= 0 && shown.size() - cut <= kMaxHeldEscape) {
+            heldEscape = shown.mid(cut);
+            shown.truncate(cut);
+        }
+    }
+    insertLine(stamp + shown, leavesOpen);
+    if (document()->allFormats().size() > formatCompactionThreshold)
+        compactFormats();
 
     if (followTail)
         scrollToBottom();
 }
 
-void TerminalWidget::insertLine(const QString& line)
+void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
 {
     QTextDocument* doc = document();
     const qsizetype column = doc->lastBlock().length() - 1;
-    const QList<AnsiParser::FormatRun> runs = cutLongLines(parser.parse(line), column);
-    const bool needsLineEnd = !line.endsWith(u'\n');
+    const QList<AnsiParser::FormatRun> runs = TerminalText::cutLongLines(
+        TerminalText::drawableRuns(parser.parse(line)), column, kMaxBlockLength, kMaxRunsPerBlock);
+    const bool needsLineEnd = !leaveOpen && !line.endsWith(u'\n');
     int newBlocks = needsLineEnd ? 1 : 0;
-    for (const AnsiParser::FormatRun& run : runs)
-        newBlocks += countBlockBreaks(run.text);
-    const int dropped = dropOldestBlocks(newBlocks);
+    int newCharacters = 0;
+    for (const AnsiParser::FormatRun& run : runs) {
+        newBlocks += TerminalText::countLineFeeds(run.text);
+        newCharacters += int(run.text.size());
+    }
+    const int dropped = dropOldestBlocks(newBlocks, newCharacters);
 
     // At the scrollback limit the line count stays put, so the view's geometry
     // changes at most by the new line's wrapping. Telling the view once per
@@ -169,7 +177,8 @@ void TerminalWidget::insertLine(const QString& line)
     // One edit block: the layout and the listeners hear of the line once.
     // Positioning inside it also spares laying out the last block.
     cursor.beginEditBlock();
-    cursor.setPosition(doc->characterCount() - 1);
+    const int lineStart = doc->characterCount() - 1;
+    cursor.setPosition(lineStart);
     // The line end goes in with the last run: one insertion fewer per line.
     for (qsizetype i = 0; i < runs.size(); ++i) {
         const AnsiParser::FormatRun& run = runs[i];
@@ -180,6 +189,8 @@ void TerminalWidget::insertLine(const QString& line)
     }
     if (needsLineEnd && runs.isEmpty())
         cursor.insertText(QStringLiteral("\n"));
+    if (linksEnabled)
+        markLinks(runs, lineStart);
     cursor.endEditBlock();
 
     // Shaped glyphs are normally thrown away after layout and made again at
@@ -192,6 +203,23 @@ void TerminalWidget::insertLine(const QString& line)
     for (int i = 0; i <= newBlocks && block.isValid(); ++i, block = block.previous()) {
         if (block.length() <= kMaxGlyphCachedBlockLength)
             block.layout()->setCacheEnabled(true);
+    }
+}
+
+void TerminalWidget::markLinks(const QList<AnsiParser::FormatRun>& runs, int lineStart)
+{
+    QString shown;
+    for (const AnsiParser::FormatRun& run : runs)
+        shown += run.text;
+    QTextCursor cursor(document());
+    for (const TerminalText::Link& link : TerminalText::findLinks(shown)) {
+        QTextCharFormat anchor;
+        anchor.setAnchor(true);
+        anchor.setAnchorHref(link.url);
+        anchor.setFontUnderline(true);
+        cursor.setPosition(lineStart + int(link.start));
+        cursor.setPosition(lineStart + int(link.start + link.length), QTextCursor::KeepAnchor);
+        cursor.mergeCharFormat(anchor);
     }
 }
 
@@ -209,13 +237,21 @@ void TerminalWidget::releaseHiddenLayouts()
     }
 }
 
-int TerminalWidget::dropOldestBlocks(int incoming)
+int TerminalWidget::dropOldestBlocks(int incomingBlocks, int incomingCharacters)
 {
     QTextDocument* doc = document();
     const int limit = doc->maximumBlockCount();
-    const int excess = qMin(doc->blockCount() + incoming - limit, doc->blockCount() - 1);
-    if (limit <= 0 || excess <= 0)
+    int excess = limit > 0 ? doc->blockCount() + incomingBlocks - limit : 0;
+    const int overBudget = doc->characterCount() + incomingCharacters - kMaxScrollbackCharacters;
+    if (overBudget > 0)
+        excess = qMax(excess, doc->findBlock(overBudget).blockNumber() + 1);
+    excess = qMin(excess, doc->blockCount() - 1);
+    if (excess <= 0)
         return 0;
+    // The scroll bar counts lines from the top; a player reading back keeps
+    // the same text in view when the lines above it are dropped.
+    QScrollBar* bar = verticalScrollBar();
+    const int droppedLines = doc->findBlockByNumber(excess).firstLineNumber();
     // Left to the document, trimming would lay out the doomed first line and
     // announce the shrinking size on its own. Done here just before the
     // insertion, whose size announcement covers both, the layout can stay quiet
@@ -226,7 +262,29 @@ int TerminalWidget::dropOldestBlocks(int incoming)
     cursor.setPosition(doc->findBlockByNumber(excess).position(), QTextCursor::KeepAnchor);
     cursor.removeSelectedText();
     cursor.endEditBlock();
+    if (!followTail)
+        bar->setValue(qMax(0, bar->value() - droppedLines));
     return excess;
+}
+
+void TerminalWidget::compactFormats()
+{
+    QTextDocument* doc = document();
+    QTextCursor all(doc);
+    all.select(QTextCursor::Document);
+    const QTextDocumentFragment content = all.selection();
+    const int scrolledTo = verticalScrollBar()->value();
+    // Clearing is what empties the format collection; the fragment carries
+    // only the formats its text uses, so the scrollback looks as before.
+    setExtraSelections({});
+    doc->clear();
+    QTextCursor cursor(doc);
+    cursor.beginEditBlock();
+    cursor.insertFragment(content);
+    cursor.endEditBlock();
+    formatCompactionThreshold = qMax(kFormatCompactionThreshold, 2 * int(doc->allFormats().size()));
+    if (!followTail)
+        verticalScrollBar()->setValue(scrolledTo);
 }
 
 void TerminalWidget::writeLog(const QString& text)
@@ -275,7 +333,7 @@ void TerminalWidget::onDeferredUpdate()
     releaseHiddenLayouts();
 }
 
-void TerminalWidget::onContentsChanged()
+void TerminalWidget::onScrolled()
 {
     followTail = isAtLiveTail();
 }
@@ -283,6 +341,8 @@ void TerminalWidget::onContentsChanged()
 void TerminalWidget::clearTerminal()
 {
     clear();
+    openLine = QString();
+    heldEscape.clear();
     followTail = true;
 }
 
@@ -301,6 +361,8 @@ void TerminalWidget::setFontSize(int size)
     QTextCursor cursor(document());
     cursor.select(QTextCursor::Document);
     cursor.mergeBlockFormat(spacing);
+    if (followTail)
+        scrollToBottom(); // the new line height moves the bottom
 
     emit fontSizeChanged(size);
 }
@@ -455,6 +517,39 @@ void TerminalWidget::setLogging(bool enabled, const QString& path)
 bool TerminalWidget::getLogging() const
 {
     return logging;
+}
+
+void TerminalWidget::setLinksEnabled(bool enabled)
+{
+    linksEnabled = enabled;
+    viewport()->setMouseTracking(enabled);
+    if (!enabled)
+        viewport()->unsetCursor();
+}
+
+void TerminalWidget::mouseMoveEvent(QMouseEvent* event)
+{
+    QPlainTextEdit::mouseMoveEvent(event);
+    if (!linksEnabled)
+        return;
+    const bool overLink = !anchorAt(event->position().toPoint()).isEmpty();
+    viewport()->setCursor(overLink ? Qt::PointingHandCursor : Qt::IBeamCursor);
+}
+
+void TerminalWidget::mouseReleaseEvent(QMouseEvent* event)
+{
+    QPlainTextEdit::mouseReleaseEvent(event);
+    // A click opens the link; a drag that selected text only selects.
+    if (!linksEnabled || event->button() != Qt::LeftButton || textCursor().hasSelection())
+        return;
+    const QString href = anchorAt(event->position().toPoint());
+    if (!href.isEmpty())
+        QDesktopServices::openUrl(QUrl(href));
+}
+
+void TerminalWidget::setLinesStayOpen(bool enabled)
+{
+    linesStayOpen = enabled;
 }
 
 void TerminalWidget::paintEvent(QPaintEvent* event)

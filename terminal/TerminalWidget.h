@@ -45,22 +45,35 @@ public:
     void setLogging(bool enabled, const QString& path);
     bool getLogging() const;
 
+    // Off (the default), every piece of text ends its own line. On, a piece
+    // without a line feed (a prompt shown before its line is complete) leaves
+    // its line open and the next piece completes it: one line on screen, one
+    // timestamp, one log line, written when the line is complete.
+    void setLinesStayOpen(bool enabled);
+    // Web addresses in later output become links that open in the desktop's
+    // browser on a click. Off by default.
+    void setLinksEnabled(bool enabled);
+
 signals:
     void fontSizeChanged(int size);
     void frozenChanged(bool frozen);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
-    void onContentsChanged();
+    void onScrolled();
     void onDeferredUpdate();
     void scheduleDeferredUpdate();
     void flushLayout();
     void writeLog(const QString& text);
-    void insertLine(const QString& line);
-    int dropOldestBlocks(int incoming);
+    void insertLine(const QString& line, bool leaveOpen);
+    int dropOldestBlocks(int incomingBlocks, int incomingCharacters);
+    void compactFormats();
     void releaseHiddenLayouts();
+    void markLinks(const QList<AnsiParser::FormatRun>& runs, int lineStart);
     QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive, bool useRegex);
 
     AnsiParser parser;
@@ -74,9 +87,16 @@ private:
     bool logging = false;
     QString logPath;
     std::unique_ptr<QFile> logFile;
+    bool linesStayOpen = false;
+    bool linksEnabled = false;
+    // The line shown but not yet complete, as it goes to the log (stamped);
+    // null while no line is open.
+    QString openLine;
+    QString heldEscape; // the unfinished escape sequence that ended the open line
     // A burst of lines within one event-loop turn costs one scroll and one
     // scroll-range update, done together on the next turn.
     bool deferredUpdatePending = false;
     bool scrollPending = false;
     bool layoutStale = false;
+    int formatCompactionThreshold = 0; // set in the constructor
 };

@@ -5,8 +5,8 @@
 set -euo pipefail
 
 packages=(cmake g++ clang ninja-build pkg-config make
-          qt6-base-dev qt6-base-dev-tools liblua5.4-dev
-          zip unzip fonts-dejavu-core xvfb xauth "$@")
+          qt6-base-dev qt6-base-dev-tools liblua5.4-dev zlib1g-dev
+          zip unzip fonts-dejavu-core xvfb xauth tinymux "$@")
 
 missing=()
 for p in "${packages[@]}"; do

@@ -71,7 +71,9 @@ void CharacterDialog::setCharacter(const Character& character)
 {
     nameEdit->setText(character.name);
     hostEdit->setText(character.host);
-    portEdit->setText(QString::number(character.port));
+    // A new character has no port yet: leave the field empty so its
+    // placeholder shows instead of a "0" the player would have to delete.
+    portEdit->setText(character.port > 0 ? QString::number(character.port) : QString());
     mudNameEdit->setText(character.mudName);
     passwordEdit->setText(character.password);
     nameEdit->setFocus();

@@ -53,7 +53,7 @@ QTreeWidget#characterTree:focus {
 QTreeWidget#characterTree QHeaderView::section {
     background-color: @panel@;
 }
-QPushButton#addButton, QPushButton#editButton, QPushButton#deleteButton {
+QPushButton#addButton, QPushButton#editButton, QPushButton#deleteButton, QPushButton#featuresButton {
     background-color: transparent;
     color: @soft@;
     border: 1px solid @border@;
@@ -61,12 +61,13 @@ QPushButton#addButton, QPushButton#editButton, QPushButton#deleteButton {
     padding: 8px 16px;
 }
 QPushButton#addButton:hover, QPushButton#editButton:hover, QPushButton#deleteButton:hover,
-QPushButton#addButton:focus, QPushButton#editButton:focus, QPushButton#deleteButton:focus {
+QPushButton#featuresButton:hover, QPushButton#addButton:focus, QPushButton#editButton:focus,
+QPushButton#deleteButton:focus, QPushButton#featuresButton:focus {
     color: @text@;
     border-color: @accent@;
 }
 QPushButton#addButton:disabled, QPushButton#editButton:disabled,
-QPushButton#deleteButton:disabled {
+QPushButton#deleteButton:disabled, QPushButton#featuresButton:disabled {
     color: @disabledText@;
     border-color: @disabledBorder@;
 }
@@ -166,6 +167,8 @@ void ConnectScreen::setupUi()
         makeButton(QStringLiteral("✎ Edit"), QStringLiteral("editButton"), tr("Edit character"), this);
     deleteButton =
         makeButton(QStringLiteral("⊘ Delete"), QStringLiteral("deleteButton"), tr("Delete character"), this);
+    featuresButton = makeButton(QStringLiteral("☰ Features"), QStringLiteral("featuresButton"),
+                                tr("Character features"), this);
     connectButton =
         makeButton(QStringLiteral("⚡ CONNECT"), QStringLiteral("connectButton"), tr("Connect"), this);
 
@@ -174,6 +177,7 @@ void ConnectScreen::setupUi()
     buttonRow->addWidget(addButton);
     buttonRow->addWidget(editButton);
     buttonRow->addWidget(deleteButton);
+    buttonRow->addWidget(featuresButton);
     buttonRow->addStretch(1);
     buttonRow->addWidget(connectButton);
 
@@ -195,12 +199,14 @@ void ConnectScreen::setupUi()
     setTabOrder(tree, addButton);
     setTabOrder(addButton, editButton);
     setTabOrder(editButton, deleteButton);
-    setTabOrder(deleteButton, connectButton);
+    setTabOrder(deleteButton, featuresButton);
+    setTabOrder(featuresButton, connectButton);
 
     QObject::connect(addButton, &QPushButton::clicked, this, &ConnectScreen::onAddClicked);
     QObject::connect(editButton, &QPushButton::clicked, this, &ConnectScreen::onEditClicked);
     QObject::connect(deleteButton, &QPushButton::clicked, this, &ConnectScreen::onDeleteClicked);
     QObject::connect(connectButton, &QPushButton::clicked, this, &ConnectScreen::onConnectClicked);
+    QObject::connect(featuresButton, &QPushButton::clicked, this, &ConnectScreen::onFeaturesClicked);
     QObject::connect(tree, &QTreeWidget::currentItemChanged, this, &ConnectScreen::onCurrentItemChanged);
 }
 
@@ -300,6 +306,12 @@ void ConnectScreen::onConnectClicked()
         emit connect(*character);
 }
 
+void ConnectScreen::onFeaturesClicked()
+{
+    if (const std::optional<Character> character = currentCharacter())
+        emit editFeatures(*character);
+}
+
 std::optional<Character> ConnectScreen::currentCharacter() const
 {
     const QTreeWidgetItem* item = tree->currentItem();
@@ -313,6 +325,7 @@ void ConnectScreen::onCurrentItemChanged()
     const bool onCharacter = currentCharacter().has_value();
     editButton->setEnabled(onCharacter);
     deleteButton->setEnabled(onCharacter);
+    featuresButton->setEnabled(onCharacter);
     connectButton->setEnabled(onCharacter);
 }
 

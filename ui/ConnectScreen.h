@@ -21,6 +21,8 @@ public:
     explicit ConnectScreen(QWidget* parent = nullptr);
 
     QList<Character> getCharacters() const;
+    // The character on the current row, if a character row is current.
+    std::optional<Character> currentCharacter() const;
 
 signals:
     // Named for the request it makes; inside this class QObject::connect must
@@ -29,6 +31,7 @@ signals:
     void addCharacter();
     void editCharacter(const Character& character);
     void deleteCharacter(const Character& character);
+    void editFeatures(const Character& character);
 
 public slots:
     void loadCharacters();
@@ -36,13 +39,13 @@ public slots:
     void onEditClicked();
     void onDeleteClicked();
     void onConnectClicked();
+    void onFeaturesClicked();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void setupUi();
-    std::optional<Character> currentCharacter() const;
     void moveToCharacterRow(bool down);
     void onCurrentItemChanged();
 
@@ -50,5 +53,6 @@ private:
     QPushButton* addButton = nullptr;
     QPushButton* editButton = nullptr;
     QPushButton* deleteButton = nullptr;
+    QPushButton* featuresButton = nullptr;
     QPushButton* connectButton = nullptr;
 };

@@ -295,7 +295,7 @@ void GameScreen::onCommandEntered(const QString& line)
         return;
     }
     // Shown as typed, in a colour of its own, and never seen by the triggers.
-    if (conveniencesEnabled())
+    if (conveniencesEnabled() && SettingsDialog::storedEchoInput(session->getCharacter()))
         terminal->appendAnsiText(ClientLines::commandEcho(line));
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
@@ -358,6 +358,8 @@ bool GameScreen::eventFilter(QObject* watched, QEvent* event)
 void GameScreen::openSettings()
 {
     SettingsDialog dialog(this);
+    if (conveniencesEnabled())
+        dialog.showCurrent(session->getCharacter(), terminal->getFontSize());
     connect(&dialog, &SettingsDialog::fontSizeChanged, terminal, &TerminalWidget::setFontSize);
     if (dialog.exec() == QDialog::Accepted)
         terminal->setFontSize(dialog.getFontSize());

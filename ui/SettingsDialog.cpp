@@ -8,7 +8,17 @@
 #include <QSlider>
 #include <QVBoxLayout>
 
+#include "storage/Storage.h"
 #include "ui/Theme.h"
+
+namespace {
+
+QString optionKey(const char* option, const Character& character)
+{
+    return Storage::instance()->getCharacterKey(character, QString::fromLatin1(option));
+}
+
+} // namespace
 
 SettingsDialog::SettingsDialog(QWidget* parent)
     : QDialog(parent)
@@ -60,6 +70,27 @@ SettingsDialog::SettingsDialog(QWidget* parent)
     fontSizeSlider->setFocus();
 }
 
+void SettingsDialog::showCurrent(const Character& character, int fontSize)
+{
+    // Showing a value is not a change, so no signal goes out for it.
+    const QSignalBlocker blocker(fontSizeSlider);
+    fontSizeSlider->setValue(fontSize);
+    fontSizeValue->setText(QStringLiteral("%1pt").arg(fontSizeSlider->value()));
+    echoInputBox->setChecked(storedEchoInput(character));
+    repeatModeBox->setChecked(storedRepeatMode(character));
+    rememberedFor = character;
+}
+
+bool SettingsDialog::storedEchoInput(const Character& character)
+{
+    return Storage::instance()->getBoolean(optionKey("echoInput", character), true);
+}
+
+bool SettingsDialog::storedRepeatMode(const Character& character)
+{
+    return Storage::instance()->getBoolean(optionKey("repeatMode", character), true);
+}
+
 int SettingsDialog::getFontSize() const
 {
     return fontSizeSlider->value();
@@ -85,6 +116,10 @@ void SettingsDialog::onFontSizeChanged(int size)
 
 void SettingsDialog::onAccepted()
 {
+    if (rememberedFor) {
+        Storage::instance()->putBoolean(optionKey("echoInput", *rememberedFor), getEchoInput());
+        Storage::instance()->putBoolean(optionKey("repeatMode", *rememberedFor), getRepeatMode());
+    }
     emit echoInputChanged(getEchoInput());
     emit repeatModeChanged(getRepeatMode());
     accept();

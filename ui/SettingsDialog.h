@@ -1,6 +1,11 @@
 #pragma once
 
 #include <QDialog>
+#include <QString>
+
+#include <optional>
+
+#include "storage/Character.h"
 
 #include "ui/Theme.h"
 
@@ -8,8 +13,10 @@ class QCheckBox;
 class QLabel;
 class QSlider;
 
-// Terminal font size and two command-input options. The dialog keeps no
-// settings: it always opens with its defaults and reports through signals.
+// Terminal font size and two command-input options, reported through
+// signals. By default the dialog keeps nothing and opens with its defaults;
+// showCurrent (for characters with client conveniences) makes it open with
+// the size in use and the options remembered for that character.
 class SettingsDialog final : public QDialog {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SettingsDialog)
@@ -20,6 +27,11 @@ public:
     static constexpr int kDefaultFontSize = Theme::kDefaultFontSize;
 
     explicit SettingsDialog(QWidget* parent = nullptr);
+
+    void showCurrent(const Character& character, int fontSize);
+    // The remembered options; both are on until the player turns them off.
+    static bool storedEchoInput(const Character& character);
+    static bool storedRepeatMode(const Character& character);
 
     int getFontSize() const;
     bool getEchoInput() const;
@@ -39,4 +51,5 @@ private:
     QLabel* fontSizeValue = nullptr;
     QCheckBox* echoInputBox = nullptr;
     QCheckBox* repeatModeBox = nullptr;
+    std::optional<Character> rememberedFor; // none: nothing is remembered
 };

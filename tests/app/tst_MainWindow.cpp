@@ -1,41 +1,140 @@
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QMessageBox>
+#include <QPushButton>
+#include <QSplitter>
 #include <QTabWidget>
 #include <QTcpServer>
+#include <QTcpSocket>
+#include <QTreeWidget>
 #include <QtTest>
+
+#include <algorithm>
+#include <functional>
 
 #include "app/MainWindow.h"
 #include "session/GameSession.h"
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "terminal/TerminalWidget.h"
 #include "ui/CharacterDialog.h"
+#include "ui/ConnectScreen.h"
+#include "ui/FeaturesDialog.h"
 #include "ui/GameScreen.h"
 
 class tst_MainWindow : public QObject {
     Q_OBJECT
 
 private slots:
+    void init();
+    void cleanup();
     void tabsFollowSessions();
     void charactersAreValidatedAndStored();
+    void featuresAreSwitchedPerCharacter();
+    void profilesTravelThroughTheFileMenu();
+    void sessionMenuActsOnTheScreenInFront();
+    void backgroundTabsShowNewOutput();
+    void windowLayoutSurvivesARestart();
+    void everyFocusableControlHasAName();
+    void quitEndsTheProgramWhateverIsOpen();
 };
 
 namespace {
 
-// Answers the next message box with its default button and keeps "title|text".
-void answerNextBox(QString& seen, int delayMs = 0)
+using ModalAction = std::function<void(QWidget*)>;
+
+// Handles the next modal windows as they open, one action each, in order.
+QTimer* answerModals(QList<ModalAction> actions)
 {
-    QTimer::singleShot(delayMs, [&seen] {
-        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-            seen = box->windowTitle() + "|" + box->text();
-            box->accept();
-        }
+    auto* timer = new QTimer;
+    auto handled = std::make_shared<QPointer<QWidget>>();
+    QObject::connect(timer, &QTimer::timeout, [timer, actions, handled]() mutable {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal || modal == handled->data())
+            return;
+        *handled = modal;
+        const ModalAction action = actions.takeFirst();
+        if (actions.isEmpty())
+            timer->deleteLater();
+        action(modal);
     });
+    timer->start(10);
+    return timer;
+}
+
+ModalAction clickButton(QMessageBox::StandardButton which, QString* seen = nullptr)
+{
+    return [which, seen](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        QVERIFY(box);
+        if (seen)
+            *seen = box->windowTitle() + "|" + box->text();
+        box->button(which)->click();
+    };
+}
+
+// Enter on a question takes its default button.
+const ModalAction pressEnter = [](QWidget* modal) {
+    QTest::keyClick(modal, Qt::Key_Return);
+};
+
+ModalAction chooseFile(const QString& path)
+{
+    return [path](QWidget* modal) {
+        auto* dialog = qobject_cast<QFileDialog*>(modal);
+        QVERIFY(dialog);
+        // Typed, as a player would; selectFile() is lost while the dialog
+        // is still reading a folder it showed before.
+        auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+        QVERIFY(name);
+        name->setText(path);
+        QTest::keyClick(name, Qt::Key_Return);
+    };
+}
+
+QAction* menuAction(MainWindow& window, const QString& text)
+{
+    for (QAction* action : window.menuBar()->findChildren<QAction*>()) {
+        if (action->text() == text)
+            return action;
+    }
+    return nullptr;
+}
+
+void selectCharacter(MainWindow& window, const QString& name)
+{
+    auto* tree = window.findChild<ConnectScreen*>()->findChild<QTreeWidget*>();
+    const QList<QTreeWidgetItem*> rows = tree->findItems(name, Qt::MatchExactly | Qt::MatchRecursive);
+    QVERIFY(!rows.isEmpty());
+    tree->setCurrentItem(rows.first());
+    window.getTabs()->setCurrentIndex(0);
+}
+
+void storeCharacters(const QList<Character>& characters, bool conveniences)
+{
+    Storage::instance()->setCharacters(characters);
+    for (const Character& character : characters)
+        Storage::instance()->setEnabledFeatures(character, conveniences ? QList<int>{12} : QList<int>{});
 }
 
 } // namespace
+
+void tst_MainWindow::init()
+{
+    Storage::instance()->setCharacters({});
+}
+
+void tst_MainWindow::cleanup()
+{
+    QTRY_VERIFY(SessionManager::instance()->getAllSessions().isEmpty());
+}
 
 void tst_MainWindow::tabsFollowSessions()
 {
@@ -50,40 +149,71 @@ void tst_MainWindow::tabsFollowSessions()
     window.onTabCloseRequested(0); // the character list never closes
     QCOMPARE(tabs->count(), 2);
 
+    // After the server hangs up, CONNECT reconnects the same session.
+    GameScreen* screen = window.getScreen(hero.key());
+    QPointer<GameSession> session(screen->getSession());
+    QTRY_VERIFY(session->isConnected() && server.hasPendingConnections());
+    server.nextPendingConnection()->close();
+    QTRY_VERIFY(!session->isConnected());
+    window.onConnectPressed(hero);
+    QTRY_VERIFY(session->isConnected());
+    QCOMPARE(window.getScreen(hero.key()), screen);
+
     for (int i = 1; i < SessionManager::kMaxSessions; ++i)
         window.onConnectPressed(Character{QString("C%1").arg(i), "", "127.0.0.1", 1, ""});
     QCOMPARE(tabs->count(), 17);
-    QString boxText;
-    answerNextBox(boxText);
+    QString seen;
+    answerModals({clickButton(QMessageBox::Ok, &seen)});
     window.onConnectPressed(Character{"Seventeenth", "", "127.0.0.1", 1, ""});
-    QCOMPARE(boxText, "Error|Maximum sessions (16) reached");
+    QCOMPARE(seen, "Error|Maximum sessions (16) reached");
     QCOMPARE(tabs->count(), 17);
 
-    // The screen's Disconnect button closes its tab and its session.
-    GameScreen* screen = window.getScreen(hero.key());
-    QPointer<GameSession> session(screen->getSession());
-    emit screen->disconnect();
+    // A connected session's close button asks first; Enter means No.
+    answerModals({pressEnter});
+    window.onTabCloseRequested(tabs->indexOf(screen));
+    QCOMPARE(tabs->count(), 17);
+    answerModals({clickButton(QMessageBox::Yes, &seen)});
+    window.onTabCloseRequested(tabs->indexOf(screen));
+    QCOMPARE(seen, "Close Session|Disconnect 'Hero' and close its tab?");
     QCOMPARE(tabs->count(), 16);
     QTRY_VERIFY(!session);
-    QCOMPARE(SessionManager::instance()->getAllSessions().size(), 15);
+
+    // The screen's Disconnect button closes its tab and its session at once.
+    GameScreen* other = window.getScreen(Character{"C1", "", "127.0.0.1", 1, ""}.key());
+    emit other->disconnect();
+    QCOMPARE(tabs->count(), 15);
+    QCOMPARE(SessionManager::instance()->getAllSessions().size(), 14);
 }
 
 void tst_MainWindow::charactersAreValidatedAndStored()
 {
     MainWindow window;
     auto fillDialog = [](const QStringList& values) {
-        QTimer::singleShot(0, [values] {
-            auto* dialog = qobject_cast<CharacterDialog*>(QApplication::activeModalWidget());
+        answerModals({[values](QWidget* modal) {
+            auto* dialog = qobject_cast<CharacterDialog*>(modal);
             QVERIFY(dialog);
             const QList<QLineEdit*> fields = dialog->findChildren<QLineEdit*>();
             for (int i = 0; i < values.size() && i < fields.size(); ++i)
                 fields[i]->setText(values[i]);
             dialog->accept();
-        });
+        }});
     };
+    // A new character's port shows its placeholder, not "0".
+    QString portText = "unseen";
+    answerModals({[&portText](QWidget* modal) {
+        portText = modal->findChildren<QLineEdit*>().at(2)->text();
+        static_cast<QDialog*>(modal)->reject();
+    }});
+    window.onAddCharacter();
+    QCOMPARE(portText, QString());
+
     QString warning;
-    fillDialog({"Ann", "mud.example", "0"});
-    answerNextBox(warning, 50);
+    answerModals({[](QWidget* modal) {
+                      modal->findChildren<QLineEdit*>().at(0)->setText("Ann");
+                      modal->findChildren<QLineEdit*>().at(1)->setText("mud.example");
+                      static_cast<QDialog*>(modal)->accept();
+                  },
+                  clickButton(QMessageBox::Ok, &warning)});
     window.onAddCharacter();
     QCOMPARE(warning, "Invalid|Please fill all fields");
     QVERIFY(Storage::instance()->getCharacters().isEmpty());
@@ -98,14 +228,339 @@ void tst_MainWindow::charactersAreValidatedAndStored()
     window.onEditCharacter(ann);
     QCOMPARE(Storage::instance()->getCharacters().first().port, 4001);
 
-    QTimer::singleShot(0, [] {
-        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-            QCOMPARE(box->text(), "Delete character 'Ann'?");
-            box->button(QMessageBox::Yes)->click();
-        }
-    });
+    // Enter on "Confirm Delete" keeps the character; only Yes deletes.
+    answerModals({pressEnter});
     window.onDeleteCharacter(Storage::instance()->getCharacters().first());
+    QCOMPARE(Storage::instance()->getCharacters().size(), 1);
+    QString question;
+    answerModals({clickButton(QMessageBox::Yes, &question)});
+    window.onDeleteCharacter(Storage::instance()->getCharacters().first());
+    QCOMPARE(question, "Confirm Delete|Delete character 'Ann'?");
     QVERIFY(Storage::instance()->getCharacters().isEmpty());
+}
+
+void tst_MainWindow::featuresAreSwitchedPerCharacter()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    // A home-game character never played shows the features it will start with.
+    const Character home{"Ann", "", "mud.olvex.example", 4000, ""};
+    const Character other{"Bob", "", "127.0.0.1", server.serverPort(), ""};
+    Storage::instance()->setCharacters({home, other});
+    MainWindow window;
+    auto toggle = [](QList<int> codes) {
+        return [codes](QWidget* modal) {
+            auto* dialog = qobject_cast<FeaturesDialog*>(modal);
+            QVERIFY(dialog);
+            const QList<QCheckBox*> boxes = dialog->findChildren<QCheckBox*>();
+            QCOMPARE(boxes.size(), 13);
+            for (int code : codes)
+                boxes.at(code)->click();
+            dialog->accept();
+        };
+    };
+    QList<int> shown;
+    answerModals({[&shown, toggle](QWidget* modal) {
+        const QList<QCheckBox*> boxes = modal->findChildren<QCheckBox*>();
+        for (int code = 0; code < boxes.size(); ++code) {
+            if (boxes.at(code)->isChecked())
+                shown << code;
+        }
+        toggle({12, 0})(modal);
+    }});
+    selectCharacter(window, "Ann");
+    window.findChild<QPushButton*>("featuresButton")->click();
+    QCOMPARE(shown, QList<int>({0, 1, 2, 3, 4, 6, 8, 9, 10}));
+    QCOMPARE(Storage::instance()->getEnabledFeatures(home), QList<int>({1, 2, 6, 3, 4, 8, 9, 10, 12}));
+
+    // With a session open, the session follows at once.
+    window.onConnectPressed(other);
+    GameSession* session = window.getScreen(other.key())->getSession();
+    answerModals({toggle({11, 12})});
+    window.onEditFeatures(other);
+    QVERIFY(session->isFeatureEnabled(GameFeature::StandardTelnet));
+    QVERIFY(session->isFeatureEnabled(GameFeature::ClientConveniences));
+    QCOMPARE(Storage::instance()->getEnabledFeatures(other), QList<int>({11, 12}));
+}
+
+void tst_MainWindow::profilesTravelThroughTheFileMenu()
+{
+    QTemporaryDir files;
+    const Character ann{"Ann", "", "a.example", 4000, ""};
+    const Character bob{"Bob", "", "b.example", 4000, ""};
+    storeCharacters({ann, bob}, false);
+    Scripts scripts;
+    scripts.aliases = {{"look", "l", "look", "", true}};
+    scripts.luaModules = {{"tools", true, 0}};
+    Storage::instance()->setScripts(ann, scripts);
+    Storage::instance()->ensureScriptDir(ann);
+    QFile module(Storage::instance()->getScriptDir(ann) + "/tools.lua");
+    QVERIFY(module.open(QIODevice::WriteOnly));
+    module.write("function toolsReady() end\n");
+    module.close();
+    MainWindow window;
+    QAction* exportAction = menuAction(window, "Export Profile");
+    QAction* importAction = menuAction(window, "Import Profile");
+    QAction* helpAction = menuAction(window, "Help");
+
+    // Without client conveniences these menu entries stay inert.
+    selectCharacter(window, "Ann");
+    for (QAction* action : {exportAction, importAction, helpAction}) {
+        action->trigger();
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+    QVERIFY(!window.findChild<QDialog*>("helpDialog"));
+
+    storeCharacters({ann, bob}, true);
+    helpAction->trigger();
+    QTRY_VERIFY(window.findChild<QDialog*>("helpDialog") &&
+                window.findChild<QDialog*>("helpDialog")->isVisible());
+    const QString path = files.filePath("ann");
+    QString seen;
+    answerModals({chooseFile(path), clickButton(QMessageBox::Ok, &seen)});
+    exportAction->trigger();
+    QCOMPARE(seen, "Export Profile|Exported to " + path + ".olvexprofile");
+
+    // Bob has scripts of his own: importing asks, and Enter means No.
+    Scripts bobs;
+    bobs.variables = {{"mine", "1", ""}};
+    Storage::instance()->setScripts(bob, bobs);
+    selectCharacter(window, "Bob");
+    answerModals({chooseFile(path + ".olvexprofile"), pressEnter});
+    importAction->trigger();
+    QCOMPARE(Storage::instance()->getScripts(bob), bobs);
+    QVERIFY(!QFile::exists(Storage::instance()->getScriptDir(bob) + "/tools.lua"));
+
+    window.onConnectPressed(bob); // a live session takes the modules at once
+    answerModals({chooseFile(path + ".olvexprofile"), clickButton(QMessageBox::Yes),
+                  clickButton(QMessageBox::Ok, &seen)});
+    importAction->trigger();
+    QVERIFY(window.getScreen(bob.key())->getSession()->getLuaFunctions().contains("toolsReady"));
+    QCOMPARE(seen, "Import Profile|Imported the profile into 'Bob'");
+    QCOMPARE(Storage::instance()->getScripts(bob), scripts);
+    QFile imported(Storage::instance()->getScriptDir(bob) + "/tools.lua");
+    QVERIFY(imported.open(QIODevice::ReadOnly));
+    QCOMPARE(imported.readAll(), QByteArray("function toolsReady() end\n"));
+}
+
+void tst_MainWindow::quitEndsTheProgramWhateverIsOpen()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    MainWindow window;
+    window.show();
+    window.onConnectPressed(Character{"Hero", "", "127.0.0.1", server.serverPort(), ""});
+    QTRY_VERIFY(SessionManager::instance()->getAllSessions().first()->isConnected());
+    // Another top-level window, as the script editor is, has the focus.
+    QWidget editor;
+    editor.show();
+    QApplication::setActiveWindow(&editor);
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+
+    QString question;
+    answerModals({pressEnter, clickButton(QMessageBox::Yes, &question)});
+    auto pressCtrlQ = [&editor] {
+        QApplication::setActiveWindow(&editor);
+        QTest::keyClick(&editor, Qt::Key_Q, Qt::ControlModifier);
+    };
+    QTimer::singleShot(0, [&] {
+        pressCtrlQ(); // asked, and No keeps the program running
+        QVERIFY(window.isVisible());
+        QTimer::singleShot(100, pressCtrlQ);
+    });
+    QTimer::singleShot(10000, [] { QCoreApplication::exit(1); });
+    QCOMPARE(QApplication::exec(), 0);
+    QCOMPARE(question, "Quit|1 session(s) still connected. Disconnect and quit?");
+}
+
+void tst_MainWindow::sessionMenuActsOnTheScreenInFront()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    QTemporaryDir files;
+    MainWindow window;
+    QAction* reconnect = menuAction(window, "Reconnect");
+    QVERIFY(reconnect && !reconnect->isEnabled()); // the character list is in front
+    const Character hero{"Hero", "", "127.0.0.1", server.serverPort(), ""};
+    window.onConnectPressed(hero);
+    GameScreen* screen = window.getScreen(hero.key());
+    QTRY_VERIFY(server.hasPendingConnections());
+    QTcpSocket* link = server.nextPendingConnection();
+    QVERIFY(reconnect->isEnabled());
+
+    const QString log = files.filePath("hero.log");
+    answerModals({chooseFile(log)});
+    menuAction(window, "Log to File…")->trigger();
+    QVERIFY(screen->isLogging());
+    menuAction(window, "Timestamps")->trigger();
+    QVERIFY(screen->timestampsEnabled());
+    menuAction(window, "Timestamps")->trigger();
+    link->write("one\r\ntwo\r\n");
+    QTRY_VERIFY(screen->getTerminal()->toPlainText().contains("two"));
+    menuAction(window, "Stop Logging")->trigger();
+    QVERIFY(!screen->isLogging());
+    QFile written(log);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const QByteArray logged = written.readAll(); // its exact form is the terminal's business
+    QVERIFY(logged.contains("one") && logged.contains("two"));
+
+    menuAction(window, "Freeze Output")->trigger();
+    QVERIFY(screen->isOutputFrozen());
+    menuAction(window, "Freeze Output")->trigger();
+    menuAction(window, "Clear Output")->trigger();
+    QVERIFY(!screen->getTerminal()->toPlainText().contains("two"));
+
+    link->close();
+    QTRY_VERIFY(!screen->getSession()->isConnected());
+    reconnect->trigger();
+    QTRY_VERIFY(screen->getSession()->isConnected());
+}
+
+void tst_MainWindow::backgroundTabsShowNewOutput()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Character ann{"Ann", "", "127.0.0.1", server.serverPort(), ""};
+    const Character bob{"Bob", "", "127.0.0.1", server.serverPort(), ""};
+    Scripts scripts;
+    scripts.triggers = {Trigger::fromJson({{"pattern", "tells you"}, {"highlight", true}})};
+    Storage::instance()->setScripts(bob, scripts);
+    Storage::instance()->setEnabledFeatures(bob, {int(GameFeature::TriggerHighlights)});
+    MainWindow window;
+    window.onConnectPressed(bob);
+    QTRY_VERIFY(server.hasPendingConnections());
+    QTcpSocket* toBob = server.nextPendingConnection();
+    window.onConnectPressed(ann); // Ann in front, Bob behind
+    QTabWidget* tabs = window.getTabs();
+    const int bobTab = tabs->indexOf(window.getScreen(bob.key()));
+
+    toBob->write("The wind blows.\r\n");
+    QTRY_COMPARE(tabs->tabToolTip(bobTab), "New output");
+    QVERIFY(!tabs->tabIcon(bobTab).isNull());
+    toBob->write("Cid tells you: hi\r\nThe wind blows.\r\n");
+    QTRY_COMPARE(tabs->tabToolTip(bobTab), "New highlighted output");
+    tabs->setCurrentIndex(bobTab);
+    QCOMPARE(tabs->tabToolTip(bobTab), QString());
+    QVERIFY(tabs->tabIcon(bobTab).isNull());
+    toBob->write("The wind blows.\r\n"); // seen as it comes: no mark
+    QTest::qWait(100);
+    QCOMPARE(tabs->tabToolTip(bobTab), QString());
+}
+
+void tst_MainWindow::windowLayoutSurvivesARestart()
+{
+    const Character hero{"Hero", "", "127.0.0.1", 1, ""};
+    QList<int> dragged;
+    {
+        MainWindow window;
+        window.show();
+        window.resize(1333, 877);
+        window.onConnectPressed(hero);
+        auto* splitter = window.getScreen(hero.key())->findChild<QSplitter*>();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QList<int> before = splitter->sizes();
+        QWidget* handle = splitter->handle(1);
+        QTest::mousePress(handle, Qt::LeftButton);
+        QTest::mouseMove(handle, handle->rect().center() - QPoint(120, 0));
+        QTest::mouseRelease(handle, Qt::LeftButton, {}, handle->rect().center() - QPoint(120, 0));
+        dragged = splitter->sizes();
+        QVERIFY(dragged != before);
+        QVERIFY(window.close());
+    }
+    MainWindow window;
+    window.show();
+    QCOMPARE(window.size(), QSize(1333, 877));
+    window.onConnectPressed(hero);
+    QCOMPARE(window.getScreen(hero.key())->findChild<QSplitter*>()->sizes(), dragged);
+    // Fits a 1366 by 768 screen less a panel and a title bar, input line and CONNECT included.
+    QVERIFY2(window.minimumSizeHint().height() <= 768 - 40 - 40,
+             qPrintable(QString::number(window.minimumSizeHint().height())));
+}
+
+// Opens every window and dialog the player can reach from the main window by
+// pressing buttons (except those that delete, close or leave), and checks
+// each focusable control the way a screen reader sees it.
+void tst_MainWindow::everyFocusableControlHasAName()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Character hero{"Hero", "", "127.0.0.1", server.serverPort(), ""};
+    storeCharacters({hero}, true);
+    MainWindow window;
+    window.show();
+    window.onConnectPressed(hero);
+
+    QStringList unnamed;
+    QSet<QString> visited;
+    auto check = [&unnamed, &visited](QWidget* root) {
+        visited.insert(root->metaObject()->className());
+        QList<QWidget*> widgets = root->findChildren<QWidget*>();
+        widgets.prepend(root);
+        for (QWidget* widget : std::as_const(widgets)) {
+            // A combo box speaks for its own drop-down list.
+            bool inComboBox = false;
+            for (QWidget* up = widget->parentWidget(); up && !inComboBox; up = up->parentWidget())
+                inComboBox = qobject_cast<QComboBox*>(up);
+            if (!(widget->focusPolicy() & Qt::TabFocus) || widget->focusProxy() || inComboBox)
+                continue;
+            QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
+            // "+" or "✕" read aloud tells the player nothing: a name has words.
+            const QString name = face ? face->text(QAccessible::Name) : QString();
+            if (std::none_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetterOrNumber(); }))
+                unnamed << QStringLiteral("%1 > %2 > %3")
+                               .arg(root->metaObject()->className(),
+                                    widget->parentWidget() ? widget->parentWidget()->metaObject()->className()
+                                                           : "",
+                                    widget->metaObject()->className());
+        }
+    };
+    static const QRegularExpression leaves(
+        "Disconnect|Delete|Remove|Clear|Quit|Close|Import|Export|Save|Cancel|OK|^[-✕⊘]$|CONNECT|Profiles");
+    auto pressButtons = [&](QWidget* root) {
+        for (QAbstractButton* button : root->findChildren<QAbstractButton*>()) {
+            if (!button->isVisible() || !button->isEnabled() || button->text().contains(leaves) ||
+                qobject_cast<QCheckBox*>(button))
+                continue;
+            QPointer<QTimer> pending = answerModals({[&](QWidget* modal) {
+                check(modal);
+                QTest::keyClick(modal, Qt::Key_Escape);
+            }});
+            button->click();
+            QTest::qWait(20);
+            delete pending.data(); // the button opened no dialog
+        }
+    };
+    // Every page of every tab widget, since buttons act on the page shown.
+    auto pressAll = [&](QWidget* root) {
+        pressButtons(root);
+        for (QTabWidget* pages : root->findChildren<QTabWidget*>()) {
+            for (int i = 0; i < pages->count() && pages->isVisible(); ++i) {
+                pages->setCurrentIndex(i);
+                pressButtons(pages->widget(i));
+            }
+        }
+    };
+    menuAction(window, "Help")->trigger();
+    selectCharacter(window, "Hero");
+    pressAll(&window);
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (top != &window && top->isVisible() && !qobject_cast<QMenu*>(top))
+            pressAll(top);
+    }
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (top->isVisible() && !qobject_cast<QMenu*>(top))
+            check(top);
+    }
+    for (const char* expected : {"MainWindow", "CharacterDialog", "FeaturesDialog", "HelpDialog",
+                                 "SettingsDialog", "ScriptEditor", "ScriptItemDialog"})
+        QVERIFY2(visited.contains(expected), expected);
+    // The script editor's names come in a change of its own; until it lands
+    // its gaps are expected here (and an unexpected pass says to drop this).
+    if (!unnamed.isEmpty() && std::all_of(unnamed.cbegin(), unnamed.cend(), [](const QString& entry) {
+            return entry.startsWith("ScriptEditor") || entry.startsWith("ScriptItemDialog");
+        }))
+        QEXPECT_FAIL("", "script editor controls are named in a parallel change", Continue);
+    QVERIFY2(unnamed.isEmpty(), qPrintable(unnamed.join('\n')));
 }
 
 OLVEX_TEST_MAIN(tst_MainWindow, QApplication)

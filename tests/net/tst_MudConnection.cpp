@@ -38,6 +38,7 @@ private slots:
     void keepsAliveUntilDisconnected();
     void connectingAgainMovesToTheNewServer();
     void refusedPortReportsTheSocketError();
+    void standardTelnetNegotiatesDecodesAndFailsCleanly();
 };
 
 void tst_MudConnection::exchangesBytesWithTheServer()
@@ -126,6 +127,39 @@ void tst_MudConnection::refusedPortReportsTheSocketError()
     connection.connectToServer("127.0.0.1", closedPort);
     QTRY_COMPARE(error.size(), 1);
     QCOMPARE(error.at(0).at(0).toString(), "Connection refused"); // the socket's own words
+    QVERIFY(!connection.isConnected());
+}
+
+void tst_MudConnection::standardTelnetNegotiatesDecodesAndFailsCleanly()
+{
+    Server server;
+    MudConnection connection;
+    connection.setStandardTelnet(true);
+    connection.setWindowSize(100, 40);
+    QString text;
+    connect(&connection, &MudConnection::textReceived, [&](const QString& piece) { text += piece; });
+    QStringList events;
+    connect(&connection, &MudConnection::promptEnded, [&] { events << "prompt:" + text; });
+    connect(&connection, &MudConnection::serverEchoChanged,
+            [&](bool on) { events << QString("echo:%1").arg(on); });
+    connect(&connection, &MudConnection::error, [&](const QString& message) { events << message.left(36); });
+    connect(&connection, &MudConnection::disconnected, [&] { events << "disconnected"; });
+    connection.connectToServer("127.0.0.1", server.port());
+    QTRY_COMPARE(server.received, kAnnouncement);
+
+    server.peer->write("\xFF\xFD\x1F\xFF\xFB\x01Gr\xC3\xBC\xC3\x9F"
+                       "e \xFF\xF9");
+    QTRY_COMPARE(events, QStringList({"echo:1", "prompt:Grüße "}));
+    QTRY_COMPARE(server.received, kAnnouncement + QByteArray::fromHex("fffa1f00640028fff0"
+                                                                      "fffd01"));
+    connection.setWindowSize(120, 40);
+    connection.setWindowSize(120, 40);
+    QTRY_COMPARE(server.received.mid(18), QByteArray::fromHex("fffa1f00780028fff0"));
+
+    // Compression agreed, then nonsense instead of a zlib stream.
+    server.peer->write("\xFF\xFB\x56\xFF\xFA\x56\xFF\xF0\x78\x9C" + QByteArray(64, '\x07'));
+    QTRY_COMPARE(events, QStringList({"echo:1", "prompt:Grüße ", "The server's compressed data is corr",
+                                      "echo:0", "disconnected"}));
     QVERIFY(!connection.isConnected());
 }
 

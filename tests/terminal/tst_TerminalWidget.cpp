@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QDesktopServices>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTextBlock>
@@ -10,13 +11,26 @@
 class tst_TerminalWidget : public QObject {
     Q_OBJECT
 
+public slots:
+    void openUrl(const QUrl& url) { opened << url.toString(); } // the desktop's browser, for the test
+
+private:
+    QStringList opened;
+
 private slots:
+    void clickOpensLinks_data();
+    void clickOpensLinks();
     void appendsLinesAndCarriesColours();
     void followsTailUnlessScrolledUp_data();
     void followsTailUnlessScrolledUp();
+    void staysPutWhenPlayerScrollsBack_data();
+    void staysPutWhenPlayerScrollsBack();
     void scrollbackBoundsLongLinesToo();
+    void distinctColoursKeepMemoryBounded();
     void freezeHoldsThenReplaysIntoLog_data();
     void freezeHoldsThenReplaysIntoLog();
+    void drawsOneLinePerServerLine_data();
+    void drawsOneLinePerServerLine();
     void findStepsAndHighlightsAll();
     void fontSizeStaysWithinBounds();
 };
@@ -72,8 +86,62 @@ void tst_TerminalWidget::followsTailUnlessScrolledUp()
         terminal.appendAnsiText("more");
     QCoreApplication::processEvents();
     QCOMPARE(terminal.document()->blockCount(), 300);
-    QCOMPARE(bar->value(), follows ? bar->maximum() : before);
+    // Not following, the view keeps its text while the lines above it go.
+    QCOMPARE(bar->value(), follows ? bar->maximum() : before - 3);
     QCOMPARE(terminal.isAtLiveTail(), follows);
+}
+
+void tst_TerminalWidget::staysPutWhenPlayerScrollsBack_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::addColumn<int>("lines");   // before scrolling back; the scrollback holds 300
+    QTest::addColumn<bool>("resize"); // a font-size change while scrolled back
+    for (const char* how : {"PageUp", "scroll bar", "wheel"}) {
+        QTest::addRow("%s below limit", how) << how << 200 << false;
+        QTest::addRow("%s at limit", how) << how << 400 << false;
+        QTest::addRow("%s font size", how) << how << 400 << true;
+    }
+}
+
+void tst_TerminalWidget::staysPutWhenPlayerScrollsBack()
+{
+    QFETCH(QString, how);
+    QFETCH(int, lines);
+    QFETCH(bool, resize);
+    TerminalWidget terminal;
+    terminal.setScrollbackLines(300);
+    terminal.resize(400, 300);
+    terminal.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
+    for (int i = 0; i < lines; ++i)
+        terminal.appendAnsiText(QString("line %1").arg(i));
+    QScrollBar* bar = terminal.verticalScrollBar();
+    QTRY_VERIFY(bar->value() > 100 && bar->value() == bar->maximum());
+
+    for (int i = 0; i < 5; ++i) {
+        if (how == "PageUp") {
+            QTest::keyClick(&terminal, Qt::Key_PageUp);
+        } else if (how == "scroll bar") {
+            bar->triggerAction(QAbstractSlider::SliderPageStepSub);
+        } else {
+            const QPointF at = terminal.viewport()->rect().center();
+            QWheelEvent wheel(at, terminal.viewport()->mapToGlobal(at), {}, {0, 120}, Qt::NoButton,
+                              Qt::NoModifier, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(terminal.viewport(), &wheel);
+        }
+    }
+    QVERIFY(bar->value() < bar->maximum() - 10);
+    if (resize)
+        terminal.setFontSize(12);
+    QCoreApplication::processEvents();
+    const QString shown = terminal.cursorForPosition({2, 2}).block().text();
+    for (int i = 0; i < 5; ++i) {
+        terminal.appendAnsiText(""); // the session hands over empty texts between lines
+        terminal.appendAnsiText("more");
+        QCoreApplication::processEvents();
+    }
+    QCOMPARE(terminal.cursorForPosition({2, 2}).block().text(), shown);
+    QVERIFY(!terminal.isAtLiveTail());
 }
 
 void tst_TerminalWidget::scrollbackBoundsLongLinesToo()
@@ -85,57 +153,161 @@ void tst_TerminalWidget::scrollbackBoundsLongLinesToo()
     QCOMPARE(terminal.document()->blockCount(), 10); // 1M characters cut, oldest blocks dropped
     QVERIFY(terminal.document()->lastBlock().previous().text().endsWith("789end"));
     for (QTextBlock block = terminal.document()->begin(); block.isValid(); block = block.next())
-        QVERIFY(block.length() <= 64 * 1024 + 1);
+        QVERIFY(block.length() <= 4096 + 1);
     // Several lines in one piece, with every kind of line break, at the limit.
     terminal.appendAnsiText("x\r\ny\rz");
     QCOMPARE(terminal.document()->blockCount(), 10);
-    QVERIFY(terminal.toPlainText().endsWith("789end\nx\ny\nz\n"));
+    QVERIFY(terminal.toPlainText().endsWith("789end\nx\nyz\n"));
+    // A line changing colour 600 times is cut too: at most 256 colour runs a line.
+    QString rainbow;
+    for (int i = 0; i < 600; ++i)
+        rainbow += QString("\033[3%1m%2").arg(i % 8).arg(i % 10);
+    terminal.appendAnsiText(rainbow);
+    QCOMPARE(terminal.document()->lastBlock().previous().text().size(), 600 - 2 * 256);
+}
+
+void tst_TerminalWidget::distinctColoursKeepMemoryBounded()
+{
+    TerminalWidget terminal;
+    terminal.setScrollbackLines(100);
+    terminal.setFontSize(12);
+    const auto line = [](int n) {
+        return QString("\033[38;2;%1;%2;%3mline %4").arg(n & 255).arg(n >> 8 & 255).arg(n >> 16).arg(n);
+    };
+    for (int n = 0; n < 45000; ++n) {
+        terminal.appendAnsiText(line(n));
+        QVERIFY2(terminal.document()->allFormats().size() <= 20001, qPrintable(QString::number(n)));
+    }
+    // The scrollback looks as it did: text, colours, line height, limit.
+    QTextDocument* doc = terminal.document();
+    QCOMPARE(doc->blockCount(), 100);
+    QCOMPARE(doc->maximumBlockCount(), 100);
+    for (QTextBlock block = doc->begin(); block.next().isValid(); block = block.next()) {
+        const int n = 45000 - 99 + block.blockNumber();
+        QCOMPARE(block.text(), QString("line %1").arg(n));
+        QCOMPARE(block.begin().fragment().charFormat().foreground().color(),
+                 QColor(n & 255, n >> 8 & 255, n >> 16));
+        QCOMPARE(block.blockFormat().lineHeight(), 120.0);
+    }
 }
 
 void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog_data()
 {
     QTest::addColumn<bool>("timestamps");
-    QTest::newRow("plain") << false;
-    QTest::newRow("timestamps") << true;
+    QTest::addColumn<bool>("linesStayOpen");
+    QTest::addColumn<QString>("logged"); // stamps removed
+    QTest::addColumn<QString>("shown");
+    // Each text is logged with a line feed of its own; empty texts leave no trace.
+    const QString pieces = "\033[31mfirst\n\nName: \nBob\n\nthird\n\n";
+    const QString joined = "\033[31mfirst\n\nName: Bob\n\nthird\n\n";
+    QTest::newRow("plain") << false << false << pieces << "first\nName: \nBob\nthird\n";
+    QTest::newRow("timestamps") << true << false << pieces << "first\nName: \nBob\nthird\n";
+    QTest::newRow("open lines") << false << true << joined << "first\nName: Bob\nthird\n";
+    QTest::newRow("open lines, timestamps") << true << true << joined << "first\nName: Bob\nthird\n";
 }
 
 void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog()
 {
     QFETCH(bool, timestamps);
+    QFETCH(bool, linesStayOpen);
+    QFETCH(QString, logged);
+    QFETCH(QString, shown);
     QTemporaryDir dir;
     const QString path = dir.filePath("session.log");
     TerminalWidget terminal;
     terminal.setTimestamps(timestamps);
+    terminal.setLinesStayOpen(linesStayOpen);
     terminal.setLogging(true, path);
     QSignalSpy frozenSpy(&terminal, &TerminalWidget::frozenChanged);
-
-    terminal.appendAnsiText("\033[31mfirst");
-    terminal.setFrozen(true);
-    terminal.setFrozen(true);
-    terminal.appendAnsiText("second\n");
-    terminal.appendAnsiText("");
-    terminal.appendAnsiText("third");
-    QCOMPARE(terminal.document()->blockCount(), 2);
     const auto readLog = [&] {
         QFile log(path);
         return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
     };
-    QCOMPARE(readLog().count('\n'), 1);
+
+    terminal.appendAnsiText("");
+    QVERIFY(readLog().isEmpty());
+    terminal.appendAnsiText("\033[31mfirst\n");
+    terminal.setFrozen(true);
+    terminal.setFrozen(true);
+    // A line in two pieces, as a prompt shown before the rest of its line came.
+    for (const char* text : {"", "Name: ", "", "Bob\n", "", "third\n", ""})
+        terminal.appendAnsiText(text);
+    QCOMPARE(terminal.document()->blockCount(), 2);
+    QCOMPARE(readLog().count('\n'), 2);
     terminal.setFrozen(false);
     QCOMPARE(frozenSpy.count(), 2);
 
     // Held texts reach the log and the screen only now, stamped with the replay time.
     QString log = readLog();
-    QString shown = terminal.toPlainText();
+    QString onScreen = terminal.toPlainText();
     const QRegularExpression stamp("^\\[\\d\\d:\\d\\d:\\d\\d\\] ", QRegularExpression::MultilineOption);
-    QCOMPARE(log.count(stamp), timestamps ? 4 : 0);
-    QCOMPARE(shown.count(stamp), timestamps ? 4 : 0);
-    QCOMPARE(log.remove(stamp), QString("\033[31mfirst\nsecond\n\n\nthird\n"));
-    QCOMPARE(shown.remove(stamp),
-             QString(timestamps ? "first\nsecond\n\nthird\n" : "first\nsecond\nthird\n"));
+    const int lines = shown.count('\n');
+    QCOMPARE(log.count(stamp), timestamps ? lines : 0);
+    QCOMPARE(onScreen.count(stamp), timestamps ? lines : 0);
+    QCOMPARE(log.remove(stamp), logged);
+    QCOMPARE(onScreen.remove(stamp), shown);
 
     terminal.setLogging(true, dir.filePath("missing/dir/x.log"));
     QVERIFY(!terminal.getLogging());
+}
+
+void tst_TerminalWidget::drawsOneLinePerServerLine_data()
+{
+    QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<bool>("linesStayOpen");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("highlighted CR LF")
+        << QStringList{"\033[1;31mYou are hit!\r\033[0m\n", "next\r\n"} << false << "You are hit!\nnext\n";
+    QTest::newRow("lone CR") << QStringList{"a\rb"} << false << "ab\n";
+    QTest::newRow("bell and tab") << QStringList{"\aBeep\tX\x7f"} << false << "Beep\tX\n";
+    QTest::newRow("option bytes") << QStringList{QString::fromLatin1("\xff\xfb\x01\xff\xfd\x18"
+                                                                     "a\x1b\x9b")}
+                                  << false
+                                  << QString::fromLatin1("\xff\xfb\xff\xfd"
+                                                         "a\n");
+    QTest::newRow("separators") << QStringList{QString("a") + QChar(0x2029) + "b" + QChar(0x2028) + "c"}
+                                << false << "abc\n";
+    QTest::newRow("pieces") << QStringList{"HP: ", "20\n"} << false << "HP: \n20\n";
+    QTest::newRow("prompt, then its line")
+        << QStringList{"\033[1mHP: ", "\033[3", "", "2m20\n", "x"} << true << "HP: 20\nx";
+}
+
+void tst_TerminalWidget::drawsOneLinePerServerLine()
+{
+    QFETCH(QStringList, texts);
+    QFETCH(bool, linesStayOpen);
+    QFETCH(QString, shown);
+    TerminalWidget terminal;
+    terminal.setLinesStayOpen(linesStayOpen);
+    for (const QString& text : texts)
+        terminal.appendAnsiText(text);
+    QCOMPARE(terminal.toPlainText(), shown);
+}
+
+void tst_TerminalWidget::clickOpensLinks_data()
+{
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("off") << false;
+    QTest::newRow("on") << true;
+}
+
+void tst_TerminalWidget::clickOpensLinks()
+{
+    QFETCH(bool, enabled);
+    QDesktopServices::setUrlHandler("https", this, "openUrl");
+    opened.clear();
+    TerminalWidget terminal;
+    terminal.setLinksEnabled(enabled);
+    terminal.resize(600, 200);
+    terminal.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
+    terminal.appendAnsiText("\033[32mRead \033[1mhttps://olvex.example/news\033[0m, then play.");
+    QCoreApplication::processEvents();
+    QTextCursor at(terminal.document());
+    at.setPosition(int(QString("Read https://olv").size()));
+    QTest::mouseClick(terminal.viewport(), Qt::LeftButton, {}, terminal.cursorRect(at).center());
+    QCOMPARE(opened, enabled ? QStringList{"https://olvex.example/news"} : QStringList{});
+    QDesktopServices::unsetUrlHandler("https");
 }
 
 void tst_TerminalWidget::findStepsAndHighlightsAll()

@@ -87,7 +87,7 @@ private:
                 pending += m.captured(1);
             else if (m.hasCaptured(2))
                 lines << std::exchange(pending, {}).remove(sgr);
-            else if (m.hasCaptured(3) && m.captured(4) == QChar(0xf0))
+            else if (m.hasCaptured(3) && m.captured(4) == QChar(0xf0) && m.captured(3).startsWith('E'))
                 parseMsdp(m.captured(3).toLatin1());
             else if (m.hasCaptured(3) || m.hasCaptured(5))
                 errors << "stray IAC: " + m.captured(0).toLatin1().toHex();
@@ -154,9 +154,11 @@ void tst_DemoServer::loginWalkAndFight()
              .split(' '))
         QVERIFY2(!client.msdp.value(name).isEmpty(), qPrintable(name));
     QCOMPARE(client.msdp.value("CHARACTER_NAME"), QStringLiteral("Tester"));
-    // The offer is painted black: clients that show its option byte as text
-    // show an invisible "E".
-    QVERIFY(client.raw.startsWith("\x1b[30m\xff\xfb\x45\x1b[0m\n"));
+    // The offers are painted black: clients that show option bytes as text
+    // show invisible characters. Nothing else has a visible option byte.
+    QVERIFY(client.raw.startsWith("\x1b[30m\xff\xfb\x45"));
+    QCOMPARE(client.raw.count("\xff\xfb") + client.raw.count("\xff\xfd"), 6);
+    QVERIFY(client.raw.indexOf("\x1b[0m\n") > client.raw.lastIndexOf("\xff\xfd"));
     const int first = client.msdp.value("CHARACTER_POWERLEVEL").toInt(); // regeneration moves it
     QVERIFY(
         QTest::qWaitFor([&] { return client.msdp.value("CHARACTER_POWERLEVEL").toInt() > first; }, kWaitMs));

@@ -21,6 +21,7 @@ private slots:
         QTest::newRow("cancel") << int(QDialogButtonBox::Cancel) << QStringList({"font 6", "font 24"});
     }
     void fontIsLiveOptionsWaitForOk();
+    void remembersOptionsPerCharacter();
 };
 
 void tst_SettingsDialog::fontIsLiveOptionsWaitForOk()
@@ -50,6 +51,30 @@ void tst_SettingsDialog::fontIsLiveOptionsWaitForOk()
     dialog.findChildren<QCheckBox*>().at(1)->setChecked(true);
     dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::StandardButton(button))->click();
     QTEST(events, "events");
+}
+
+void tst_SettingsDialog::remembersOptionsPerCharacter()
+{
+    const Character ann{"Ann", "", "a.example", 4000, ""};
+    const Character bob{"Bob", "", "a.example", 4000, ""};
+    auto open = [](const Character& who, int fontSize, bool untickEcho, int button) {
+        SettingsDialog dialog;
+        int reported = 0;
+        connect(&dialog, &SettingsDialog::fontSizeChanged, &dialog,
+                [&reported](int size) { reported = size; });
+        dialog.showCurrent(who, fontSize);
+        const QStringList shown{QString::number(dialog.getFontSize()), QString::number(dialog.getEchoInput()),
+                                QString::number(dialog.getRepeatMode())};
+        if (untickEcho)
+            dialog.findChildren<QCheckBox*>().at(0)->setChecked(false);
+        dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::StandardButton(button))->click();
+        return reported == 0 ? shown : QStringList{"size reported"}; // showing is not changing
+    };
+    QCOMPARE(open(ann, 14, true, QDialogButtonBox::Cancel), QStringList({"14", "1", "1"}));
+    QCOMPARE(open(ann, 14, true, QDialogButtonBox::Ok), QStringList({"14", "1", "1"}));
+    QCOMPARE(open(ann, 8, false, QDialogButtonBox::Ok), QStringList({"8", "0", "1"}));
+    QCOMPARE(open(bob, 8, false, QDialogButtonBox::Ok), QStringList({"8", "1", "1"}));
+    QVERIFY(!SettingsDialog::storedEchoInput(ann));
 }
 
 OLVEX_TEST_MAIN(tst_SettingsDialog, QApplication)

@@ -40,7 +40,7 @@ void FloodWriter::fill()
         queued += chunk.size();
         // A failing write can drop the link at once; the loop guard then stops
         // and the socket's owner cleans up through the event loop.
-        socket->write(chunk);
+        socket->write(encoder ? encoder(chunk) : chunk);
         if (done) {
             if (socket)
                 disconnect(socket, nullptr, this, nullptr);

@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
+
 class QTcpSocket;
 
 // Writes a run of flood lines to a socket as fast as the peer reads them,
@@ -19,6 +21,8 @@ public:
     // the trailer unchanged.
     FloodWriter(QTcpSocket* socket, qint64 lineCount, QByteArray trailer, QObject* parent);
 
+    // Applied to every chunk before it is written (the player's compression).
+    void setEncoder(std::function<QByteArray(const QByteArray&)> encode) { encoder = std::move(encode); }
     void start();
     qint64 bytesQueued() const { return queued; }
 
@@ -37,6 +41,7 @@ private:
     qint64 lineCount;
     qint64 nextLine = 0;
     QByteArray trailer;
+    std::function<QByteArray(const QByteArray&)> encoder;
     qint64 queued = 0;
     bool done = false;
 };

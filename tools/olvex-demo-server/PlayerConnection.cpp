@@ -73,6 +73,12 @@ PlayerConnection::PlayerConnection(QTcpSocket* socket, DemoServer* server)
     connect(regenTimer, &QTimer::timeout, this, &PlayerConnection::onRegenTick);
     connect(combatTimer, &QTimer::timeout, this, &PlayerConnection::onCombatRound);
     connect(ambientTimer, &QTimer::timeout, this, &PlayerConnection::onAmbientTick);
+    input.onNegotiation = [this](int verb, int option) {
+        this->socket->write(telnet.receiveNegotiation(verb, option));
+    };
+    input.onSubnegotiation = [this](int option, const QByteArray& payload) {
+        this->socket->write(telnet.receiveSubnegotiation(option, payload));
+    };
 
     if (socket->state() != QAbstractSocket::ConnectedState) {
         // Gone before we got to it: report the close from the event loop, as
@@ -85,10 +91,9 @@ PlayerConnection::PlayerConnection(QTcpSocket* socket, DemoServer* server)
 
 void PlayerConnection::greet()
 {
-    // Our one telnet offer. A client that ignores negotiation shows the
-    // option byte as the letter "E"; drawing it black on black on a line of
-    // its own keeps it out of sight.
-    socket->write(QByteArray(Ansi::kBlack) + MsdpReporter::announcement() + Ansi::kReset + '\n');
+    // A client that ignores negotiation shows the option bytes of our offers
+    // as characters; the greeting draws them black on black.
+    socket->write(ClientTelnet::greeting());
     socket->write(banner());
     writeLine(QByteArray(Ansi::kBoldYellow) + "By what name do you wish to be known?" + Ansi::kReset);
 }
@@ -206,8 +211,8 @@ void PlayerConnection::look(const QString&)
     if (!room)
         return;
     QStringList others = room->npcs + room->regulars + server->playersInRoom(room->id, this);
-    socket->write(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset + '\n' +
-                  room->description);
+    writeText(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset + '\n' +
+              room->description);
     writeLine(QByteArray(Ansi::kGreen) + "Exits: " + utf8(World::exitList(*room)) + Ansi::kReset);
     writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) + '.' +
               Ansi::kReset);
@@ -412,7 +417,11 @@ void PlayerConnection::flood(const QString& count)
         sendPrompt();
         return;
     }
+    if (std::exchange(afterPrompt, false))
+        socket->write(telnet.encode("\n"));
     floodWriter = new FloodWriter(socket, lines, {}, this);
+    if (telnet.isCompressing())
+        floodWriter->setEncoder([this](const QByteArray& chunk) { return telnet.encode(chunk); });
     connect(floodWriter, &FloodWriter::finished, this, [this] {
         floodWriter->deleteLater();
         sendPrompt();
@@ -467,10 +476,16 @@ void PlayerConnection::onAmbientTick()
     startAmbientTimer();
 }
 
+void PlayerConnection::writeText(const QByteArray& text)
+{
+    if (!open || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    socket->write(telnet.encode(std::exchange(afterPrompt, false) ? '\n' + text : text));
+}
+
 void PlayerConnection::writeLine(const QByteArray& line)
 {
-    if (open && socket->state() == QAbstractSocket::ConnectedState)
-        socket->write(line + '\n');
+    writeText(line + '\n');
 }
 
 void PlayerConnection::writeLines(const QList<QByteArray>& lines)
@@ -481,7 +496,8 @@ void PlayerConnection::writeLines(const QList<QByteArray>& lines)
 
 void PlayerConnection::sendPrompt()
 {
-    writeLine(state.prompt(combat ? combat->status() : QString()));
+    writeText(state.prompt(combat ? combat->status() : QString()) + telnet.promptEnd());
+    afterPrompt = telnet.isStandardClient();
 }
 
 void PlayerConnection::pushMsdp()
@@ -490,7 +506,7 @@ void PlayerConnection::pushMsdp()
         return;
     const QByteArray bytes = msdp.changes(msdpVariables());
     if (!bytes.isEmpty())
-        socket->write(bytes);
+        socket->write(telnet.encode(bytes));
 }
 
 MsdpVariables PlayerConnection::msdpVariables() const

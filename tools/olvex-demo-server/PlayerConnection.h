@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "tools/olvex-demo-server/AmbientChatter.h"
+#include "tools/olvex-demo-server/ClientTelnet.h"
 #include "tools/olvex-demo-server/Combat.h"
 #include "tools/olvex-demo-server/MsdpReporter.h"
 #include "tools/olvex-demo-server/PlayerState.h"
@@ -32,6 +33,7 @@ public:
     bool isPlaying() const { return playing; }
     QString name() const { return state.name; }
     QString roomId() const { return state.roomId; }
+    const ClientTelnet& telnetState() const { return telnet; }
 
     // A line from elsewhere in the game (another player, a broadcast).
     void deliver(const QByteArray& line);
@@ -73,6 +75,9 @@ private:
 
     void endFight();
     void startAmbientTimer();
+    // All game text goes out here: after a prompt without a line feed it
+    // starts a new line, and it is compressed when the client agreed to that.
+    void writeText(const QByteArray& text);
     void writeLine(const QByteArray& line);
     void writeLines(const QList<QByteArray>& lines);
     void sendPrompt();
@@ -86,6 +91,7 @@ private:
     QTimer* ambientTimer;
     QPointer<FloodWriter> floodWriter;
     TelnetInput input;
+    ClientTelnet telnet;
     MsdpReporter msdp;
     AmbientChatter chatter;
     PlayerState state;
@@ -93,4 +99,6 @@ private:
     QRandomGenerator random;
     bool playing = false;
     bool open = true;
+    // The last thing written was a prompt that ended without a line feed.
+    bool afterPrompt = false;
 };

@@ -42,8 +42,10 @@ QStringList TelnetInput::feed(const QByteArray& bytes)
             break;
         case State::Iac:
             if (b >= kWill && b <= kDont) {
+                verb = b;
                 state = State::Option;
             } else if (b == kSb) {
+                subnegotiation.clear();
                 state = State::Subnegotiation;
             } else {
                 // IAC IAC is an escaped data byte; 255 is never valid UTF-8, so
@@ -53,13 +55,25 @@ QStringList TelnetInput::feed(const QByteArray& bytes)
             break;
         case State::Option:
             state = State::Data;
+            if (onNegotiation)
+                onNegotiation(verb, b);
             break;
         case State::Subnegotiation:
             if (byte == kIac)
                 state = State::SubnegotiationIac;
+            else if (subnegotiation.size() < kMaxSubnegotiationBytes)
+                subnegotiation += byte;
             break;
         case State::SubnegotiationIac:
-            state = b == kSe ? State::Data : State::Subnegotiation;
+            if (b == kSe) {
+                state = State::Data;
+                if (onSubnegotiation && !subnegotiation.isEmpty())
+                    onSubnegotiation(uchar(subnegotiation[0]), subnegotiation.mid(1));
+            } else {
+                if (byte == kIac && subnegotiation.size() < kMaxSubnegotiationBytes)
+                    subnegotiation += byte;
+                state = State::Subnegotiation;
+            }
             break;
         }
     }

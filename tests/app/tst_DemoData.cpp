@@ -1,0 +1,70 @@
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include "script/ScriptEngine.h"
+#include "session/GameSession.h"
+#include "storage/Storage.h"
+#include "support/TestEnvironment.h"
+
+// The scripts `make run` gives the Demo character, as tools/run-demo.sh
+// installs them.
+class tst_DemoData : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void floodOfHitsSendsNothing();
+};
+
+namespace {
+
+QByteArray sourceFile(const QString& relative)
+{
+    QFile file(qEnvironmentVariable("OLVEX_TEST_SOURCE_DIR", QCoreApplication::applicationDirPath() + "/..") +
+               "/tools/demo/" + relative);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+const Character kDemo{"Demo", "", "127.0.0.1", 4000, "Olvex Demo Realm"};
+
+} // namespace
+
+void tst_DemoData::initTestCase()
+{
+    const QString dataDir = QDir(qEnvironmentVariable("XDG_DATA_HOME")).filePath(".olvex");
+    QVERIFY(QDir().mkpath(dataDir + "/scripts/Demo_127.0.0.1_4000"));
+    QFile settings(dataDir + "/settings.json");
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    settings.write(sourceFile("settings.json.in").replace("@PORT@", "4000"));
+    settings.close();
+    QFile module(dataDir + "/scripts/Demo_127.0.0.1_4000/demo.lua");
+    QVERIFY(module.open(QIODevice::WriteOnly));
+    module.write(sourceFile("demo.lua"));
+    module.close();
+    Storage::instance()->load();
+    QCOMPARE(Storage::instance()->getCharacters(), {kDemo});
+}
+
+// `flood 20000` in the demo game brings thousands of hits; the hit counter
+// must show off scripts without answering each few with a line to the game.
+void tst_DemoData::floodOfHitsSendsNothing()
+{
+    GameSession session(kDemo, nullptr);
+    QSignalSpy sent(session.getScriptEngine(), &ScriptEngine::commandToSend);
+    QSignalSpy echoed(session.getScriptEngine(), &ScriptEngine::echoText);
+    for (int i = 0; i < 4000; ++i)
+        session.onMudTextReceived("\x1b[1;32mYou hit the guard with a spinning kick!\x1b[0m\r\n");
+    QCOMPARE(sent.size(), 0);
+    QCOMPARE(echoed.size(), 1); // a running total, at most every ten seconds
+    QCOMPARE(session.getScriptEngine()->getVariable("hits"), "4000");
+
+    session.sendCommand("hits"); // the alias reports the count when asked
+    QCOMPARE(sent.size(), 1);
+    QCOMPARE(sent.first().first().toString(), "say I have landed 4000 hits so far.");
+}
+
+OLVEX_TEST_MAIN(tst_DemoData, QCoreApplication)
+#include "tst_DemoData.moc"

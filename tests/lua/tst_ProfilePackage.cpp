@@ -1,0 +1,158 @@
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "lua/LuaPackage.h"
+#include "lua/ProfilePackage.h"
+#include "support/TestEnvironment.h"
+
+namespace {
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+// Every kind of record, through the same JSON a settings file holds.
+Scripts fullScripts()
+{
+    return Scripts::fromJson(QJsonDocument::fromJson(R"json({
+        "aliases": [{"name": "k", "alias": "k", "commands": "kill $target;score", "group": "g", "enabled": false}],
+        "triggers": [{"name": "t", "pattern": "You hit (\\w+)", "commands": "lua:onHit", "regex": true,
+                      "highlight": true, "highlightColor": "#bb86fc"}],
+        "timers": [{"name": "tick", "intervalMs": 2500, "type": "once", "commands": "look"}],
+        "variables": [{"name": "target", "value": "guard"}],
+        "quickActions": [{"label": "Score", "command": "score", "enabled": false}],
+        "keyBindings": [{"name": "Look", "keySequence": "F5", "commands": "look"}],
+        "luaModules": [{"name": "main", "enabled": true, "loadOrder": 0},
+                       {"name": "demo", "enabled": false, "loadOrder": 1}]
+    })json")
+                                 .object());
+}
+
+} // namespace
+
+class tst_ProfilePackage : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+    void roundTripThroughZip();
+    void refusesHostilePackages_data();
+    void refusesHostilePackages();
+
+private:
+    QString path(const QString& name) const { return tempRoot.filePath(name); }
+
+    // Holds every temporary directory too, so leftovers and escapes show here.
+    QTemporaryDir tempRoot;
+};
+
+void tst_ProfilePackage::initTestCase()
+{
+    QVERIFY(tempRoot.isValid());
+    qputenv("TMPDIR", tempRoot.path().toLocal8Bit());
+}
+
+void tst_ProfilePackage::cleanup()
+{
+    QCOMPARE(QDir(tempRoot.path()).entryList({"olvex_*"}, QDir::AllEntries), {});
+}
+
+void tst_ProfilePackage::roundTripThroughZip()
+{
+    const Scripts scripts = fullScripts();
+    QCOMPARE(scripts.luaModules.size(), 2);
+    writeFile(path("from/main.lua"), "-- main\n");
+    writeFile(path("from/demo.lua"), "function onHit() echo('h\xc3\xa9') end\n");
+    const QString archive = path("ann.olvexprofile");
+    writeFile(archive, "an older file that the export replaces, not adds to");
+    QString error;
+    QVERIFY2(ProfilePackage::exportProfile(scripts, path("from"), archive, error), qPrintable(error));
+
+    ProfilePackage::Profile profile;
+    QVERIFY2(ProfilePackage::readProfile(archive, profile, error), qPrintable(error));
+    QCOMPARE(profile.scripts, scripts);
+    QCOMPARE(profile.moduleCode.keys(), QStringList({"demo", "main"}));
+    QCOMPARE(profile.moduleCode.value("demo"), readFile(path("from/demo.lua")));
+
+    // Installing replaces what is there (the caller asked first).
+    writeFile(path("to/main.lua"), "-- mine\n");
+    QVERIFY(ProfilePackage::installModules(profile, path("to"), error));
+    QCOMPARE(readFile(path("to/main.lua")), QByteArray("-- main\n"));
+
+    // A profile is still a module package for the Lua tab's import.
+    QList<LuaModule> modules;
+    QVERIFY2(LuaPackage::importPackage(archive, path("lua"), true, modules, error), qPrintable(error));
+    QCOMPARE(modules, scripts.luaModules);
+
+    // A failed export leaves the chosen file as it was.
+    QFile::remove(path("from/demo.lua"));
+    QVERIFY(!ProfilePackage::exportProfile(scripts, path("from"), archive, error));
+    QCOMPARE(error, "Module file not found: " + path("from/demo.lua"));
+    QVERIFY(ProfilePackage::readProfile(archive, profile, error));
+}
+
+// Each row is the body of a python script that fills the zipfile z.
+void tst_ProfilePackage::refusesHostilePackages_data()
+{
+    QTest::addColumn<QString>("entries");
+    QTest::addColumn<QString>("error");
+
+    const QString meta = "z.writestr('metadata.json', '{}')\n";
+    const QString profile = "z.writestr('profile.json', '{\"luaModules\":[{\"name\":\"%1\"}]}')\n";
+    QTest::newRow("parent path") << meta + profile.arg("a") + "z.writestr('../../escape.lua', 'x')"
+                                 << "Package entry has an unsafe path: ../../escape.lua";
+    QTest::newRow("linked module") << meta + profile.arg("a") +
+                                          "i = zipfile.ZipInfo('scripts/a.lua'); i.create_system = 3\n"
+                                          "i.external_attr = 0o120777 << 16; z.writestr(i, '" +
+                                          path("secret") + "')"
+                                   << "Package entry is a link: scripts/a.lua";
+    QTest::newRow("module name") << meta + profile.arg("../../escape")
+                                 << "Package names an invalid module: ../../escape";
+    QTest::newRow("no profile") << meta << "Failed to read profile.json from package";
+    QTest::newRow("profile not an object") << meta + "z.writestr('profile.json', '[1]')"
+                                           << "Failed to read profile.json from package";
+    QTest::newRow("huge") << meta + profile.arg("a") + "z.writestr('scripts/a.lua', b'-' * (11 << 20))"
+                          << "Package is too large to import";
+}
+
+void tst_ProfilePackage::refusesHostilePackages()
+{
+    QFETCH(QString, entries);
+    QFETCH(QString, error);
+    const QString archive = path("hostile.olvexprofile");
+    QFile::remove(archive);
+    const QString script = "import sys, zipfile\n"
+                           "z = zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED)\n" +
+                           entries + "\nz.close()\n";
+    QProcess python;
+    python.start("python3", {"-c", script, archive});
+    QVERIFY(python.waitForFinished(30000) && python.exitCode() == 0);
+    writeFile(path("secret"), "outside");
+
+    ProfilePackage::Profile profile;
+    profile.scripts.variables = {{"kept", "1", ""}};
+    QString actual;
+    QVERIFY(!ProfilePackage::readProfile(archive, profile, actual));
+    QCOMPARE(actual, error);
+    QCOMPARE(profile.scripts.variables.size(), 1); // nothing half-read
+    QVERIFY(!QFile::exists(path("escape.lua")));
+    QVERIFY(!QFile::exists(path("../escape.lua")));
+}
+
+OLVEX_TEST_MAIN(tst_ProfilePackage, QCoreApplication)
+#include "tst_ProfilePackage.moc"
