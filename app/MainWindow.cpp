@@ -118,7 +118,7 @@ void MainWindow::onConnectPressed(const Character& character)
     if (!tab.screen) {
         tab.screen = addScreen(session);
     } else if (std::exchange(tab.down, false)) {
-        session->connect(); // the same session, so scrollback and state stay
+        tab.screen->reconnect(); // the same session, so scrollback and state stay
     }
     GameScreen* screen = tab.screen;
     SessionManager::instance()->setActiveSession(session);
