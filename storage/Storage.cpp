@@ -1,5 +1,6 @@
 #include "storage/Storage.h"
 
+#include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -22,6 +23,44 @@ const QString kScriptsPrefix = QStringLiteral("tools");
 const QString kChannelsPrefix = QStringLiteral("custom_channels");
 const QString kFeaturesPrefix = QStringLiteral("features");
 const QString kUiKey = QStringLiteral("ui");
+
+// Longest folder name used as it is; file systems allow 255 bytes.
+constexpr qsizetype kMaxFolderName = 120;
+
+bool isControl(QChar c)
+{
+    return c.unicode() < 0x20 || c.unicode() == 0x7f || c.category() == QChar::Other_Control;
+}
+
+bool unsafeInPath(QChar c)
+{
+    return c == u'/' || c == u'\\' || isControl(c);
+}
+
+// The folder of a character's modules is named after its key. A name, host or
+// port is typed by the player (or comes from an imported profile), so a key
+// that could leave the scripts folder (separators, control characters) or is
+// too long for a file name gets those characters replaced and a hash of the
+// whole key appended, which keeps different characters in different folders.
+// Every ordinary key is used unchanged.
+QString scriptFolderName(const QString& key)
+{
+    if (!key.isEmpty() && key.size() <= kMaxFolderName &&
+        std::none_of(key.cbegin(), key.cend(), unsafeInPath))
+        return key;
+    QString safe = key.left(kMaxFolderName);
+    std::replace_if(safe.begin(), safe.end(), unsafeInPath, u'_');
+    const QByteArray hash = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return safe + QLatin1Char('-') + QString::fromLatin1(hash.left(12));
+}
+
+// The template names the character in a Lua comment: a line break in a name
+// must not turn the rest of it into code.
+QString commentSafe(QString text)
+{
+    std::replace_if(text.begin(), text.end(), isControl, u' ');
+    return text;
+}
 
 } // namespace
 
@@ -244,7 +283,7 @@ QString Storage::getCharacterKey(const Character& character, const QString& pref
 
 QString Storage::getScriptDir(const Character& character) const
 {
-    return dataDirectory + QStringLiteral("/scripts/") + character.key();
+    return dataDirectory + QStringLiteral("/scripts/") + scriptFolderName(character.key());
 }
 
 void Storage::ensureScriptDir(const Character& character) const
@@ -261,6 +300,6 @@ void Storage::ensureScriptDir(const Character& character) const
                                         "-- function myFunction(arg)\n"
                                         "--   send(\"say \" .. arg)\n"
                                         "-- end\n")
-                             .arg(character.name, character.host);
+                             .arg(commentSafe(character.name), commentSafe(character.host));
     mainModule.write(text.toUtf8());
 }

@@ -39,6 +39,8 @@ private slots:
     void featureDefaultsFollowTheHost();
     void reconnectsKeepingItsState();
     void showsPromptsWithStandardTelnet();
+    void keepsModuleFoldersInsideTheDataDirectory_data();
+    void keepsModuleFoldersInsideTheDataDirectory();
 };
 
 void tst_GameSession::playsAScriptedGameOverLoopback()
@@ -80,8 +82,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     session.sendCommand("north;south");
     QByteArray received;
     readUntil(peer, "north;south\r\n", received);
-    QCOMPARE(received.mid(received.indexOf("quaff")),
-             QByteArray("quaff 5\r\nsay got it\r\nnorth;south\r\n"));
+    QCOMPARE(received.mid(received.indexOf("quaff")), QByteArray("quaff 5\r\nsay got it\r\nnorth;south\r\n"));
 }
 
 void tst_GameSession::featureDefaultsFollowTheHost()
@@ -195,6 +196,54 @@ void tst_GameSession::showsPromptsWithStandardTelnet()
         received += peer->readAll();
         QCOMPARE(received.count("say "), 1);
     }
+}
+
+void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("host");
+    QTest::newRow("name climbs out") << "../../../../tmp/olvex-x"
+                                     << "h";
+    QTest::newRow("name climbs one level") << "../../escaped"
+                                           << "h";
+    QTest::newRow("absolute name") << "/tmp/olvex-abs"
+                                   << "h";
+    QTest::newRow("host climbs out") << "Hero"
+                                     << "../../up";
+    QTest::newRow("backslash and control") << "a\\b\x01"
+                                           << "h";
+    QTest::newRow("line break would make code") << "x\nos.exit(1)"
+                                                << "h\r\nos.exit(2)";
+    QTest::newRow("longer than a file name") << QString(300, 'n') << "h";
+}
+
+void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, host);
+    QTemporaryDir outer;
+    Storage storage(outer.path() + "/.olvex");
+    const Character character{name, "", host, 4000, ""};
+    Scripts scripts;
+    scripts.variables = {{"hp", "1", ""}};
+    {
+        GameSession session(character, nullptr, &storage);
+        session.updateScripts(scripts);
+    }
+    GameSession again(character, nullptr, &storage);
+    QCOMPARE(again.getScriptEngine()->scripts(), scripts);
+
+    const QString scriptsDir = outer.path() + "/.olvex/scripts";
+    const QFileInfo folder(again.getScriptDir());
+    QCOMPARE(folder.absolutePath(), scriptsDir); // one folder, right inside
+    QFile mainModule(folder.filePath() + "/main.lua");
+    QVERIFY(mainModule.open(QIODevice::ReadOnly));
+    for (const QByteArray& line : mainModule.readAll().split('\n'))
+        QVERIFY2(line.isEmpty() || line.startsWith("--"), line.constData());
+    QCOMPARE(QDir(outer.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+             QStringList{".olvex"});
+    const QString naive = QDir::cleanPath(scriptsDir + "/" + character.key());
+    QVERIFY(naive == folder.filePath() || !QFileInfo::exists(naive));
 }
 
 OLVEX_TEST_MAIN(tst_GameSession, QCoreApplication)
