@@ -213,14 +213,14 @@ void GameSession::onScriptLineHighlight(const QString& line, const QString& colo
 QString GameSession::processMudText(const QString& text)
 {
     outputBuffer.clear();
-    lineAssembler.append(text, [this](LineAssembler::Line&& line) { completeLine(line, true); });
+    lineAssembler.append(text, [this](ServerLineAssembler::Line&& line) { completeLine(line, true); });
     return outputBuffer;
 }
 
 void GameSession::onMudPromptEnded()
 {
     idleTimer->stop();
-    if (std::optional<LineAssembler::Line> prompt = lineAssembler.endPrompt()) {
+    if (std::optional<ServerLineAssembler::Line> prompt = lineAssembler.endPrompt()) {
         outputBuffer.clear();
         completeLine(*prompt, false);
         emit textReceived(outputBuffer);
@@ -249,8 +249,7 @@ QString highlighted(const QString& text, const QColor& color)
     const bool endsWithCr = text.endsWith(QLatin1Char('\r'));
     QString result = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';') +
                      QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue()) +
-                     QLatin1Char('m') + text.chopped(endsWithCr ? 1 : 0) +
-                     QStringLiteral("\x1b[0m");
+                     QLatin1Char('m') + text.chopped(endsWithCr ? 1 : 0) + QStringLiteral("\x1b[0m");
     if (endsWithCr)
         result += QLatin1Char('\r');
     return result;
@@ -258,7 +257,7 @@ QString highlighted(const QString& text, const QColor& color)
 
 } // namespace
 
-void GameSession::completeLine(const LineAssembler::Line& line, bool endedByLineFeed)
+void GameSession::completeLine(const ServerLineAssembler::Line& line, bool endedByLineFeed)
 {
     // What the screen does not have yet; all of it unless shown early.
     QString rest = line.shown ? line.text.mid(line.shown) : line.text;

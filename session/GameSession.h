@@ -10,7 +10,7 @@
 
 #include "script/ChannelDetector.h"
 #include "session/GameFeature.h"
-#include "session/LineAssembler.h"
+#include "session/ServerLineAssembler.h"
 #include "storage/Character.h"
 #include "storage/Scripts.h"
 
@@ -93,7 +93,7 @@ public slots:
 private:
     void loadFeatures();
     void applyFeatures();
-    void completeLine(const LineAssembler::Line& line, bool endedByLineFeed);
+    void completeLine(const ServerLineAssembler::Line& line, bool endedByLineFeed);
 
     Character character;
     Storage* storage;
@@ -104,7 +104,7 @@ private:
     QMap<QString, QString> msdpVariables;
     mutable QMutex msdpMutex;
     QList<GameFeature> enabledFeatures;
-    LineAssembler lineAssembler;
+    ServerLineAssembler lineAssembler;
     QString outputBuffer;
     bool showsPromptsEarly = false;
     QElapsedTimer sinceText;

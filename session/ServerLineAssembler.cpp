@@ -1,8 +1,8 @@
-#include "session/LineAssembler.h"
+#include "session/ServerLineAssembler.h"
 
 #include <utility>
 
-LineAssembler::Line LineAssembler::takeLine()
+ServerLineAssembler::Line ServerLineAssembler::takeLine()
 {
     Line line;
     line.text = std::exchange(pendingLine, QString());
@@ -15,7 +15,7 @@ LineAssembler::Line LineAssembler::takeLine()
     return line;
 }
 
-std::optional<LineAssembler::Line> LineAssembler::endPrompt()
+std::optional<ServerLineAssembler::Line> ServerLineAssembler::endPrompt()
 {
     if (pendingLine.isEmpty())
         return std::nullopt;
@@ -24,7 +24,7 @@ std::optional<LineAssembler::Line> LineAssembler::endPrompt()
     return line;
 }
 
-QString LineAssembler::showPending()
+QString ServerLineAssembler::showPending()
 {
     qsizetype visible = pendingLine.size();
     if (visible > 0 && pendingLine.back() == u'\r')

@@ -1,6 +1,6 @@
 #include <QtTest>
 
-#include "session/LineAssembler.h"
+#include "session/ServerLineAssembler.h"
 #include "support/TestEnvironment.h"
 
 namespace {
@@ -12,10 +12,10 @@ const QString kIdle = QStringLiteral("<IDLE>");
 // pause) and returns what the screen got and which lines were complete.
 QPair<QString, QStringList> play(const QStringList& pieces)
 {
-    LineAssembler assembler;
+    ServerLineAssembler assembler;
     QString screen;
     QStringList lines;
-    auto show = [&](const LineAssembler::Line& line, bool lineFeed) {
+    auto show = [&](const ServerLineAssembler::Line& line, bool lineFeed) {
         lines << line.text;
         screen += (line.breakBefore ? "\n" : "") + line.text.mid(line.shown) + (lineFeed ? "\n" : "");
     };
@@ -26,7 +26,7 @@ QPair<QString, QStringList> play(const QStringList& pieces)
         } else if (piece == kIdle) {
             screen += assembler.showPending();
         } else {
-            assembler.append(piece, [&](LineAssembler::Line&& line) { show(line, true); });
+            assembler.append(piece, [&](ServerLineAssembler::Line&& line) { show(line, true); });
         }
     }
     return {screen, lines};
@@ -34,7 +34,7 @@ QPair<QString, QStringList> play(const QStringList& pieces)
 
 } // namespace
 
-class tst_LineAssembler : public QObject {
+class tst_ServerLineAssembler : public QObject {
     Q_OBJECT
 
 private slots:
@@ -42,7 +42,7 @@ private slots:
     void assemblesLines();
 };
 
-void tst_LineAssembler::assemblesLines_data()
+void tst_ServerLineAssembler::assemblesLines_data()
 {
     QTest::addColumn<QStringList>("pieces");
     QTest::addColumn<QString>("screen");
@@ -76,7 +76,7 @@ void tst_LineAssembler::assemblesLines_data()
     QTest::newRow("prompt after prompt")
         << QStringList{"a> ", kGa, "b> ", kGa} << "a> \nb> " << QStringList{"a> ", "b> "};
 
-    const qsizetype cap = LineAssembler::kMaxPendingLine;
+    const qsizetype cap = ServerLineAssembler::kMaxPendingLine;
     const QString full(cap, 'a');
     QStringList singles;
     for (qsizetype i = 0; i < cap + 3; ++i)
@@ -90,7 +90,7 @@ void tst_LineAssembler::assemblesLines_data()
                                                          << QStringList{full, "b"};
 }
 
-void tst_LineAssembler::assemblesLines()
+void tst_ServerLineAssembler::assemblesLines()
 {
     QFETCH(QStringList, pieces);
     QFETCH(QString, screen);
@@ -100,5 +100,5 @@ void tst_LineAssembler::assemblesLines()
     QCOMPARE(complete, lines);
 }
 
-OLVEX_TEST_MAIN(tst_LineAssembler, QCoreApplication)
-#include "tst_LineAssembler.moc"
+OLVEX_TEST_MAIN(tst_ServerLineAssembler, QCoreApplication)
+#include "tst_ServerLineAssembler.moc"

@@ -11,7 +11,7 @@
 // and completed later on the same screen line; the assembler remembers what
 // the screen already has, so nothing is shown twice and nothing is glued to
 // a finished prompt.
-class LineAssembler final {
+class ServerLineAssembler final {
 public:
     // A server that never sends a line feed must not grow the pending line
     // without bound: at this many characters it is delivered as a line.
@@ -46,7 +46,7 @@ private:
     bool promptOnScreen = false;
 };
 
-template <typename OnLine> void LineAssembler::append(QStringView text, OnLine&& onLine)
+template <typename OnLine> void ServerLineAssembler::append(QStringView text, OnLine&& onLine)
 {
     // The connection hands text on one character at a time, so nearly every
     // call brings a single character that only extends the pending line.
