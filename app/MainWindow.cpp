@@ -118,7 +118,7 @@ void MainWindow::onConnectPressed(const Character& character)
     if (!tab.screen) {
         tab.screen = addScreen(session);
     } else if (std::exchange(tab.down, false)) {
-        session->connect(); // the same session, so scrollback and state stay
+        tab.screen->reconnect(); // the same session, so scrollback and state stay
     }
     GameScreen* screen = tab.screen;
     SessionManager::instance()->setActiveSession(session);
@@ -140,12 +140,13 @@ GameScreen* MainWindow::addScreen(GameSession* session)
     // Disconnect is an explicit request, so it closes without asking.
     connect(screen, &GameScreen::disconnect, this, [this, key = character.key()] { closeSession(key); });
     connect(screen, &GameScreen::profiles, this, [this] { tabs->setCurrentIndex(0); });
-    auto markDown = [this, key = character.key()] {
+    auto markDown = [this, key = character.key()](bool down) {
         if (const auto it = screens.find(key); it != screens.end())
-            it->down = true;
+            it->down = down;
     };
-    connect(session, &GameSession::disconnected, this, markDown);
-    connect(session->getConnection(), &MudConnection::error, this, markDown);
+    connect(session, &GameSession::connected, this, [markDown] { markDown(false); });
+    connect(session, &GameSession::disconnected, this, [markDown] { markDown(true); });
+    connect(session->getConnection(), &MudConnection::error, this, [markDown] { markDown(true); });
     connect(screen, &GameScreen::outputArrived, this,
             [this, screen](bool highlighted) { onOutputArrived(screen, highlighted); });
     if (auto* splitter = screen->findChild<QSplitter*>(QString(), Qt::FindDirectChildrenOnly)) {

@@ -7,6 +7,7 @@
 #include <QWidget>
 
 #include "lua/ProfilePackage.h"
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
@@ -79,9 +80,16 @@ void ProfileTransfer::importProfile(const Character& character)
         return;
     }
     // A live session takes the scripts at once (and stores them).
-    if (GameSession* session = SessionManager::instance()->getSession(character))
+    if (GameSession* session = SessionManager::instance()->getSession(character)) {
         session->updateScripts(profile.scripts);
-    else
+        // The new module files take effect now, not at the next connect.
+        QStringList modules;
+        for (const LuaModule& module : std::as_const(profile.scripts.luaModules)) {
+            if (module.enabled)
+                modules.append(module.name);
+        }
+        session->getScriptEngine()->reloadAllLuaModules(modules);
+    } else
         storage->setScripts(character, profile.scripts);
     QMessageBox::information(window, QStringLiteral("Import Profile"),
                              QStringLiteral("Imported the profile into '%1'").arg(character.name));

@@ -103,6 +103,7 @@ void MudConnection::connectToServer(const QString& host, int port)
         if (socket->state() != QAbstractSocket::UnconnectedState)
             socket->abort();
     }
+    inflateTimer->stop(); // the old link's output is of no interest any more
     this->host = host;
     this->port = port;
     socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
@@ -155,7 +156,20 @@ void MudConnection::setTerminalType(const QString& type)
 
 void MudConnection::setStandardTelnet(bool on)
 {
+    if (on == standardTelnet)
+        return;
     standardTelnet = on;
+    if (on) {
+        // Switched on during a link: start negotiating from a clean slate
+        // (this offers TERMINAL-TYPE and NAWS again, which a server that has
+        // them already ignores).
+        if (isConnected())
+            standardParser.reset();
+    } else {
+        inflateTimer->stop();
+        if (std::exchange(serverEchoes, false))
+            emit serverEchoChanged(false);
+    }
 }
 
 void MudConnection::setWindowSize(int columns, int rows)

@@ -7,8 +7,6 @@
 namespace {
 
 const QString kLuaPrefix = QStringLiteral("lua:");
-const QString kOnceTimer = QStringLiteral("once");
-const QString kRepeatTimer = QStringLiteral("repeat");
 
 const QRegularExpression& luaCallPattern()
 {
@@ -40,7 +38,7 @@ void ScriptEngine::setScripts(const Scripts& scripts)
     // Only repeating timers start with the scripts; a "once" timer waits
     // until something starts it explicitly.
     for (const Timer& timer : std::as_const(m_scripts.timers)) {
-        if (timer.enabled && timer.type == kRepeatTimer)
+        if (timer.enabled && timer.kind() == TimerType::Repeat)
             startTimer(timer);
     }
 
@@ -231,7 +229,7 @@ void ScriptEngine::startTimer(const Timer& timer)
 {
     auto* qtimer = new QTimer(this);
     qtimer->setInterval(timer.intervalMs);
-    qtimer->setSingleShot(timer.type == kOnceTimer);
+    qtimer->setSingleShot(timer.kind() == TimerType::Once);
     const QString commands = timer.commands;
     connect(qtimer, &QTimer::timeout, this, [this, commands] { executeCommands(commands, {}, {}); });
     qtimer->start();

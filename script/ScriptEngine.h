@@ -57,6 +57,9 @@ public:
     QString getLuaLastError() const;
     // Wall-clock budget of one Lua call; 0 turns the guard off.
     void setLuaTimeLimitMs(int milliseconds);
+    // The per-character client conveniences switch; stored until the engine acts on it.
+    void setConveniencesEnabled(bool on) { m_conveniencesEnabled = on; }
+    bool conveniencesEnabled() const { return m_conveniencesEnabled; }
 
 signals:
     void commandToSend(const QString& command);
@@ -103,4 +106,5 @@ private:
     MsdpLookup m_msdpCallback;
     CommandProcessor m_processor;
     LuaEngine m_lua;
+    bool m_conveniencesEnabled = false;
 };

@@ -2,9 +2,10 @@
 
 #include "storage/Storage.h"
 
-CommandHistory::CommandHistory(const QString& characterKey)
-    : storageKey(QStringLiteral("cmd_history_") + characterKey)
-    , history(Storage::instance()->getStringList(storageKey))
+CommandHistory::CommandHistory(const QString& characterKey, Storage* store)
+    : storage(store ? store : Storage::instance())
+    , storageKey(Storage::kHistoryPrefix + QLatin1Char('_') + characterKey)
+    , history(storage->getStringList(storageKey))
 {
     while (history.size() > kLimit)
         history.removeLast();
@@ -19,7 +20,7 @@ void CommandHistory::record(const QString& command)
     }
     index = -1;
     draft.clear();
-    Storage::instance()->putStringList(storageKey, history);
+    storage->putStringList(storageKey, history);
 }
 
 std::optional<QString> CommandHistory::older(const QString& currentInput)

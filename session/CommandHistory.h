@@ -5,6 +5,8 @@
 
 #include <optional>
 
+class Storage;
+
 // The commands a player typed for one character, newest first, kept in the
 // settings so they survive a restart, and browsed with Up and Down. Browsing
 // remembers the unfinished line and gives it back past the newest entry.
@@ -12,7 +14,8 @@ class CommandHistory final {
 public:
     static constexpr int kLimit = 200;
 
-    explicit CommandHistory(const QString& characterKey);
+    // `storage` null means Storage::instance().
+    explicit CommandHistory(const QString& characterKey, Storage* storage = nullptr);
 
     // After a command was sent: stores it unless empty or equal to the
     // newest entry, ends browsing and saves.
@@ -25,6 +28,7 @@ public:
     QStringList entries() const { return history; }
 
 private:
+    Storage* storage;
     QString storageKey;
     QStringList history;
     int index = -1;

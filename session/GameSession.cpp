@@ -7,9 +7,10 @@
 #include "script/ScriptEngine.h"
 #include "storage/Storage.h"
 
-GameSession::GameSession(const Character& character, QObject* parent)
+GameSession::GameSession(const Character& character, QObject* parent, Storage* store)
     : QObject(parent)
     , character(character)
+    , storage(store ? store : Storage::instance())
     , connection(new MudConnection(this))
     , scriptEngine(new ScriptEngine(this))
 {
@@ -18,12 +19,13 @@ GameSession::GameSession(const Character& character, QObject* parent)
     QObject::connect(connection, &MudConnection::disconnected, this, &GameSession::onMudDisconnected);
     QObject::connect(connection, &MudConnection::textReceived, this, &GameSession::onMudTextReceived);
     QObject::connect(connection, &MudConnection::msdpVariable, this, &GameSession::onMudMsdpVariable);
+    QObject::connect(connection, &MudConnection::error, this, &GameSession::connectionError);
+    QObject::connect(connection, &MudConnection::serverEchoChanged, this, &GameSession::serverEchoChanged);
     QObject::connect(scriptEngine, &ScriptEngine::commandToSend, this, &GameSession::onScriptCommand);
     QObject::connect(scriptEngine, &ScriptEngine::variableChanged, this, &GameSession::variableUpdated);
     QObject::connect(scriptEngine, &ScriptEngine::lineHighlight, this, &GameSession::onScriptLineHighlight);
     QObject::connect(scriptEngine, &ScriptEngine::keyBindingsChanged, this, &GameSession::keyBindingsChanged);
 
-    Storage* storage = Storage::instance();
     const Scripts scripts = storage->getScripts(character);
     scriptEngine->setScripts(scripts);
     storage->ensureScriptDir(character);
@@ -35,13 +37,13 @@ GameSession::GameSession(const Character& character, QObject* parent)
             scriptEngine->loadLuaModule(module.name);
     }
     loadFeatures();
+    applyFeatures();
 }
 
 GameSession::~GameSession() = default;
 
 void GameSession::loadFeatures()
 {
-    Storage* storage = Storage::instance();
     QList<int> stored = storage->getEnabledFeatures(character);
     if (stored.isEmpty() && character.host.toLower().contains(GameFeatures::kHomeDomain)) {
         stored = GameFeatures::homeDefaults();
@@ -50,6 +52,12 @@ void GameSession::loadFeatures()
     enabledFeatures.clear();
     for (int value : stored)
         enabledFeatures.append(static_cast<GameFeature>(value));
+}
+
+void GameSession::applyFeatures()
+{
+    connection->setStandardTelnet(isFeatureEnabled(GameFeature::StandardTelnet));
+    scriptEngine->setConveniencesEnabled(isFeatureEnabled(GameFeature::ClientConveniences));
 }
 
 void GameSession::connect()
@@ -77,15 +85,20 @@ void GameSession::triggerKeyBinding(const QString& key)
     scriptEngine->triggerKeyBinding(key);
 }
 
+void GameSession::setWindowSize(int columns, int rows)
+{
+    connection->setWindowSize(columns, rows);
+}
+
 void GameSession::updateScripts(const Scripts& scripts)
 {
     scriptEngine->setScripts(scripts);
-    Storage::instance()->setScripts(character, scripts);
+    storage->setScripts(character, scripts);
 }
 
 QString GameSession::getScriptDir() const
 {
-    return Storage::instance()->getScriptDir(character);
+    return storage->getScriptDir(character);
 }
 
 QList<QString> GameSession::getLuaFunctions() const
@@ -130,7 +143,8 @@ void GameSession::setFeatureEnabled(GameFeature feature, bool enabled)
     codes.reserve(enabledFeatures.size());
     for (GameFeature f : enabledFeatures)
         codes.append(static_cast<int>(f));
-    Storage::instance()->setEnabledFeatures(character, codes);
+    storage->setEnabledFeatures(character, codes);
+    applyFeatures();
 }
 
 void GameSession::onMudConnected()
@@ -154,8 +168,18 @@ void GameSession::onMudMsdpVariable(const QString& name, const QString& value)
     scriptEngine->processGameText(name + QLatin1Char('=') + value);
 }
 
+int GameSession::droppedMsdpCount() const
+{
+    return 0;
+}
+
 void GameSession::onScriptCommand(const QString& command)
 {
+    // The connection drops what it cannot send; say so instead of losing it silently.
+    if (!connection->isConnected()) {
+        emit commandNotSent(command);
+        return;
+    }
     connection->sendCommand(command);
 }
 

@@ -14,6 +14,7 @@
 
 class MudConnection;
 class ScriptEngine;
+class Storage;
 
 // One live game: a character's connection, its scripts, its channel detector
 // and its MSDP table. Server text arrives one character at a time, is cut into
@@ -24,14 +25,19 @@ class GameSession : public QObject {
     Q_DISABLE_COPY_MOVE(GameSession)
 
 public:
-    GameSession(const Character& character, QObject* parent);
+    // `storage` null means Storage::instance().
+    GameSession(const Character& character, QObject* parent, Storage* storage = nullptr);
     ~GameSession() override;
 
+    // Also reconnects a session whose link has ended; the MSDP table,
+    // variables, features and pending text of the session stay as they are.
     void connect();
     void disconnect();
     bool isConnected() const;
     void sendCommand(const QString& input);
     void triggerKeyBinding(const QString& key);
+    // The terminal's size in characters, passed on to the server when it asks.
+    void setWindowSize(int columns, int rows);
     void updateScripts(const Scripts& scripts);
     QString getScriptDir() const;
     QList<QString> getLuaFunctions() const;
@@ -39,6 +45,7 @@ public:
     QString getMsdpVariable(const QString& name) const;
     void setMsdpVariable(const QString& name, const QString& value);
     QMap<QString, QString> getAllMsdpVariables() const;
+    int droppedMsdpCount() const;
 
     bool isFeatureEnabled(GameFeature feature) const;
     void setFeatureEnabled(GameFeature feature, bool enabled);
@@ -63,6 +70,12 @@ signals:
     void channelMessage(const QString& channel, const QString& line);
     void variableUpdated(const QString& name, const QString& value);
     void keyBindingsChanged(const QList<KeyBinding>& bindings);
+    // The connection's error text (refused, not found, closed, timed out).
+    void connectionError(const QString& message);
+    // A command was to go out while the session had no link; it was dropped.
+    void commandNotSent(const QString& command);
+    // The server took over (true) or gave back (false) echoing typed text.
+    void serverEchoChanged(bool serverEchoes);
 
 public slots:
     void onMudConnected();
@@ -74,9 +87,11 @@ public slots:
 
 private:
     void loadFeatures();
+    void applyFeatures();
     void completeLine(QString line);
 
     Character character;
+    Storage* storage;
     MudConnection* connection = nullptr;
     ScriptEngine* scriptEngine = nullptr;
     ChannelDetector channelDetector;

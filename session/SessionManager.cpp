@@ -25,6 +25,11 @@ SessionManager* SessionManager::instance()
     return SessionManagerHolder::holder().manager;
 }
 
+SessionManager::SessionManager(Storage* store)
+    : storage(store ? store : Storage::instance())
+{
+}
+
 SessionManager::~SessionManager() = default;
 
 GameSession* SessionManager::createSession(const Character& character)
@@ -34,7 +39,7 @@ GameSession* SessionManager::createSession(const Character& character)
     if (sessions.size() >= kMaxSessions)
         return nullptr;
 
-    auto* session = new GameSession(character, this);
+    auto* session = new GameSession(character, this, storage);
     sessions.append(session);
     emit sessionCreated(session);
     return session;
@@ -61,10 +66,10 @@ void SessionManager::setActiveSession(GameSession* session)
 
     // Remember the character played last so the connect screen preselects it.
     const QString key = session->getCharacter().key();
-    const QList<Character> characters = Storage::instance()->getCharacters();
+    const QList<Character> characters = storage->getCharacters();
     for (int i = 0; i < characters.size(); ++i) {
         if (characters[i].key() == key) {
-            Storage::instance()->setActiveCharacterIndex(i);
+            storage->setActiveCharacterIndex(i);
             return;
         }
     }

@@ -6,6 +6,7 @@
 #include "storage/Character.h"
 
 class GameSession;
+class Storage;
 
 // Owns every live session: one per character key, at most sixteen, and
 // remembers which one is in front.
@@ -16,7 +17,13 @@ class SessionManager : public QObject {
 public:
     static constexpr int kMaxSessions = 16;
 
+    // The program's one manager, using Storage::instance().
     static SessionManager* instance();
+
+    // A manager of its own (tests); its sessions use `storage`, null meaning
+    // Storage::instance().
+    explicit SessionManager(Storage* storage = nullptr);
+    ~SessionManager() override;
 
     GameSession* createSession(const Character& character);
     GameSession* getSession(const Character& character) const;
@@ -31,10 +38,7 @@ signals:
     void activeSessionChanged(GameSession* session);
 
 private:
-    SessionManager() = default;
-    ~SessionManager() override;
-    friend struct SessionManagerHolder;
-
+    Storage* storage;
     QList<GameSession*> sessions;
     GameSession* activeSession = nullptr;
 };

@@ -5,6 +5,8 @@
 #include <QMetaType>
 #include <QString>
 
+#include "storage/JsonFields.h"
+
 // The script items of one character. Each record is a plain value that reads
 // itself leniently from JSON: a missing or wrong-typed key gives the default.
 
@@ -15,8 +17,17 @@ struct Alias final {
     QString group;
     bool enabled = true;
 
-    QJsonObject toJson() const;
-    static Alias fromJson(const QJsonObject& object);
+    // The JSON key of every field, in file order; defaults are the initialisers above.
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("name", r.name);
+        visit("alias", r.alias);
+        visit("commands", r.commands);
+        visit("group", r.group);
+        visit("enabled", r.enabled);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static Alias fromJson(const QJsonObject& object) { return JsonFields::recordFromJson<Alias>(object); }
     bool operator==(const Alias& o) const;
 };
 
@@ -31,21 +42,52 @@ struct Trigger final {
     QString highlightColor = QStringLiteral("#FFFF00");
     bool highlightFullLine = true;
 
-    QJsonObject toJson() const;
-    static Trigger fromJson(const QJsonObject& object);
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("name", r.name);
+        visit("pattern", r.pattern);
+        visit("commands", r.commands);
+        visit("group", r.group);
+        visit("regex", r.regex);
+        visit("enabled", r.enabled);
+        visit("highlight", r.highlight);
+        visit("highlightColor", r.highlightColor);
+        visit("highlightFullLine", r.highlightFullLine);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static Trigger fromJson(const QJsonObject& object) { return JsonFields::recordFromJson<Trigger>(object); }
     bool operator==(const Trigger& o) const;
 };
+
+// How a timer runs. Only the exact texts "repeat" and "once" mean something:
+// a repeating timer starts with the scripts, a "once" timer fires a single
+// time; any other text is kept as stored, never started on its own, and runs
+// like a repeating one when started.
+enum class TimerType { Repeat, Once, Unrecognised };
+QString timerTypeText(TimerType type);
+TimerType timerTypeOf(const QString& text);
 
 struct Timer final {
     QString name;
     int intervalMs = 0;
-    QString type = QStringLiteral("repeat");
+    QString type = timerTypeText(TimerType::Repeat);
     QString commands;
     QString group;
     bool enabled = true;
 
-    QJsonObject toJson() const;
-    static Timer fromJson(const QJsonObject& object);
+    TimerType kind() const { return timerTypeOf(type); }
+
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("name", r.name);
+        visit("intervalMs", r.intervalMs);
+        visit("type", r.type);
+        visit("commands", r.commands);
+        visit("group", r.group);
+        visit("enabled", r.enabled);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static Timer fromJson(const QJsonObject& object) { return JsonFields::recordFromJson<Timer>(object); }
     bool operator==(const Timer& o) const;
 };
 
@@ -54,8 +96,17 @@ struct Variable final {
     QString value;
     QString group;
 
-    QJsonObject toJson() const;
-    static Variable fromJson(const QJsonObject& object);
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("name", r.name);
+        visit("value", r.value);
+        visit("group", r.group);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static Variable fromJson(const QJsonObject& object)
+    {
+        return JsonFields::recordFromJson<Variable>(object);
+    }
     bool operator==(const Variable& o) const;
 };
 
@@ -64,8 +115,17 @@ struct QuickAction final {
     QString command;
     bool enabled = true;
 
-    QJsonObject toJson() const;
-    static QuickAction fromJson(const QJsonObject& object);
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("label", r.label);
+        visit("command", r.command);
+        visit("enabled", r.enabled);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static QuickAction fromJson(const QJsonObject& object)
+    {
+        return JsonFields::recordFromJson<QuickAction>(object);
+    }
     bool operator==(const QuickAction& o) const;
 };
 
@@ -76,8 +136,19 @@ struct KeyBinding final {
     QString group;
     bool enabled = true;
 
-    QJsonObject toJson() const;
-    static KeyBinding fromJson(const QJsonObject& object);
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("name", r.name);
+        visit("keySequence", r.keySequence);
+        visit("commands", r.commands);
+        visit("group", r.group);
+        visit("enabled", r.enabled);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static KeyBinding fromJson(const QJsonObject& object)
+    {
+        return JsonFields::recordFromJson<KeyBinding>(object);
+    }
     bool operator==(const KeyBinding& o) const;
 };
 
@@ -86,8 +157,17 @@ struct LuaModule final {
     bool enabled = true;
     int loadOrder = 0;
 
-    QJsonObject toJson() const;
-    static LuaModule fromJson(const QJsonObject& object);
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("name", r.name);
+        visit("enabled", r.enabled);
+        visit("loadOrder", r.loadOrder);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static LuaModule fromJson(const QJsonObject& object)
+    {
+        return JsonFields::recordFromJson<LuaModule>(object);
+    }
     bool operator==(const LuaModule& o) const;
 };
 
@@ -100,8 +180,19 @@ struct Scripts final {
     QList<KeyBinding> keyBindings;
     QList<LuaModule> luaModules;
 
-    QJsonObject toJson() const;
-    static Scripts fromJson(const QJsonObject& object);
+    // Every array is written, also when empty; a missing one reads as empty.
+    template <typename Self, typename Visit> static void fields(Self& r, Visit&& visit)
+    {
+        visit("aliases", r.aliases);
+        visit("triggers", r.triggers);
+        visit("timers", r.timers);
+        visit("variables", r.variables);
+        visit("quickActions", r.quickActions);
+        visit("keyBindings", r.keyBindings);
+        visit("luaModules", r.luaModules);
+    }
+    QJsonObject toJson() const { return JsonFields::recordToJson(*this); }
+    static Scripts fromJson(const QJsonObject& object) { return JsonFields::recordFromJson<Scripts>(object); }
     bool operator==(const Scripts& o) const;
 };
 

@@ -8,6 +8,12 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <algorithm>
+
+#include "storage/JsonFields.h"
+
+using namespace JsonFields;
+
 namespace {
 
 const QString kCharactersKey = QStringLiteral("characters");
@@ -15,6 +21,7 @@ const QString kActiveIndexKey = QStringLiteral("active_character_index");
 const QString kScriptsPrefix = QStringLiteral("tools");
 const QString kChannelsPrefix = QStringLiteral("custom_channels");
 const QString kFeaturesPrefix = QStringLiteral("features");
+const QString kUiKey = QStringLiteral("ui");
 
 } // namespace
 
@@ -25,7 +32,11 @@ Storage* Storage::instance()
     return &storage;
 }
 
-Storage::Storage()
+Storage::Storage(const QString& dataDirectory)
+    : dataDirectory(dataDirectory.isEmpty()
+                        ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                              QStringLiteral("/.olvex")
+                        : dataDirectory)
 {
     load();
 }
@@ -35,16 +46,10 @@ Storage::~Storage()
     save();
 }
 
-QString Storage::dataRoot()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/.olvex");
-}
-
 QString Storage::getStoragePath() const
 {
-    const QString dir = dataRoot();
-    QDir().mkpath(dir);
-    return dir + QStringLiteral("/settings.json");
+    QDir().mkpath(dataDirectory);
+    return dataDirectory + QStringLiteral("/settings.json");
 }
 
 void Storage::load()
@@ -103,8 +108,7 @@ void Storage::save()
 
 QString Storage::getString(const QString& key, const QString& defaultValue) const
 {
-    const QJsonValue value = root.value(key);
-    return value.isString() ? value.toString() : defaultValue;
+    return readString(root, key, defaultValue);
 }
 
 void Storage::putString(const QString& key, const QString& value)
@@ -115,8 +119,7 @@ void Storage::putString(const QString& key, const QString& value)
 
 bool Storage::getBoolean(const QString& key, bool defaultValue) const
 {
-    const QJsonValue value = root.value(key);
-    return value.isBool() ? value.toBool() : defaultValue;
+    return readBool(root, key, defaultValue);
 }
 
 void Storage::putBoolean(const QString& key, bool value)
@@ -127,8 +130,7 @@ void Storage::putBoolean(const QString& key, bool value)
 
 int Storage::getInt(const QString& key, int defaultValue) const
 {
-    const QJsonValue value = root.value(key);
-    return value.isDouble() ? value.toInt(defaultValue) : defaultValue;
+    return readInt(root, key, defaultValue);
 }
 
 void Storage::putInt(const QString& key, int value)
@@ -139,15 +141,7 @@ void Storage::putInt(const QString& key, int value)
 
 QStringList Storage::getStringList(const QString& key) const
 {
-    QStringList list;
-    const QJsonValue value = root.value(key);
-    if (!value.isArray())
-        return list;
-    for (const QJsonValue& element : value.toArray()) {
-        if (element.isString())
-            list.append(element.toString());
-    }
-    return list;
+    return readStringList(root, key);
 }
 
 void Storage::putStringList(const QString& key, const QStringList& values)
@@ -158,21 +152,41 @@ void Storage::putStringList(const QString& key, const QStringList& values)
 
 QList<Character> Storage::getCharacters() const
 {
-    QList<Character> characters;
-    const QJsonValue value = root.value(kCharactersKey);
-    if (!value.isArray())
-        return characters;
-    for (const QJsonValue& element : value.toArray())
-        characters.append(Character::fromJson(element.toObject()));
-    return characters;
+    return readRecords<Character>(root, kCharactersKey);
 }
 
 void Storage::setCharacters(const QList<Character>& characters)
 {
-    QJsonArray array;
-    for (const Character& c : characters)
-        array.append(c.toJson());
-    root.insert(kCharactersKey, array);
+    root.insert(kCharactersKey, recordsToJson(characters));
+    save();
+}
+
+void Storage::removeCharacter(const Character& character)
+{
+    QList<Character> characters = getCharacters();
+    if (!characters.removeOne(character))
+        return;
+    root.insert(kCharactersKey, recordsToJson(characters));
+    const QString key = character.key();
+    const bool shared = std::any_of(characters.cbegin(), characters.cend(),
+                                    [&key](const Character& other) { return other.key() == key; });
+    if (!shared) {
+        for (const QString& prefix : {kScriptsPrefix, kChannelsPrefix, kFeaturesPrefix, kHistoryPrefix})
+            root.remove(getCharacterKey(character, prefix));
+    }
+    save();
+}
+
+QJsonValue Storage::uiValue(const QString& key) const
+{
+    return root.value(kUiKey).toObject().value(key);
+}
+
+void Storage::setUiValue(const QString& key, const QJsonValue& value)
+{
+    QJsonObject ui = root.value(kUiKey).toObject();
+    ui.insert(key, value);
+    root.insert(kUiKey, ui);
     save();
 }
 
@@ -199,42 +213,25 @@ void Storage::setScripts(const Character& character, const Scripts& scripts)
 
 QList<CustomChannel> Storage::getCustomChannels(const Character& character) const
 {
-    QList<CustomChannel> channels;
-    const QJsonValue value = root.value(getCharacterKey(character, kChannelsPrefix));
-    if (!value.isArray())
-        return channels;
-    for (const QJsonValue& element : value.toArray())
-        channels.append(CustomChannel::fromJson(element.toObject()));
-    return channels;
+    return readRecords<CustomChannel>(root, getCharacterKey(character, kChannelsPrefix));
 }
 
 void Storage::setCustomChannels(const Character& character, const QList<CustomChannel>& channels)
 {
-    QJsonArray array;
-    for (const CustomChannel& c : channels)
-        array.append(c.toJson());
-    root.insert(getCharacterKey(character, kChannelsPrefix), array);
+    root.insert(getCharacterKey(character, kChannelsPrefix), recordsToJson(channels));
     save();
 }
 
 QList<int> Storage::getEnabledFeatures(const Character& character) const
 {
-    QList<int> features;
-    const QJsonValue value = root.value(getCharacterKey(character, kFeaturesPrefix));
-    if (!value.isArray())
-        return features;
-    for (const QJsonValue& element : value.toArray()) {
-        if (element.isDouble())
-            features.append(element.toInt());
-    }
-    return features;
+    return readIntList(root, getCharacterKey(character, kFeaturesPrefix));
 }
 
 void Storage::setEnabledFeatures(const Character& character, const QList<int>& features)
 {
     QJsonArray array;
-    for (int f : features)
-        array.append(f);
+    for (int code : features)
+        array.append(code);
     root.insert(getCharacterKey(character, kFeaturesPrefix), array);
     save();
 }
@@ -247,7 +244,7 @@ QString Storage::getCharacterKey(const Character& character, const QString& pref
 
 QString Storage::getScriptDir(const Character& character) const
 {
-    return dataRoot() + QStringLiteral("/scripts/") + character.key();
+    return dataDirectory + QStringLiteral("/scripts/") + character.key();
 }
 
 void Storage::ensureScriptDir(const Character& character) const

@@ -14,7 +14,16 @@
 // after every change. Module folders of each character live beside it.
 class Storage final {
 public:
+    // Prefix of the per-character key of the typed-command history.
+    static inline const QString kHistoryPrefix = QStringLiteral("cmd_history");
+
+    // The program's one store, in the generic data location.
     static Storage* instance();
+
+    // A store in `dataDirectory` (the folder that holds settings.json and
+    // scripts/), for tests and tools; empty means the generic data location.
+    explicit Storage(const QString& dataDirectory = QString());
+    ~Storage();
 
     void load();
     void save();
@@ -29,8 +38,17 @@ public:
     QStringList getStringList(const QString& key) const;
     void putStringList(const QString& key, const QStringList& values);
 
+    // Free keys of the user interface (window geometry, splitter sizes, font
+    // size), kept apart from the settings of the other parts.
+    QJsonValue uiValue(const QString& key) const;
+    void setUiValue(const QString& key, const QJsonValue& value);
+
     QList<Character> getCharacters() const;
     void setCharacters(const QList<Character>& characters);
+    // Removes the first equal character from the list, and with it its
+    // scripts, channels, features and command history unless another listed
+    // character shares its key (and so those entries).
+    void removeCharacter(const Character& character);
     int getActiveCharacterIndex() const;
     void setActiveCharacterIndex(int index);
 
@@ -49,11 +67,8 @@ public:
     Storage& operator=(const Storage&) = delete;
 
 private:
-    Storage();
-    ~Storage();
-
-    static QString dataRoot();
     void keepUnreadableFile(const QString& path) const;
 
+    QString dataDirectory;
     QJsonObject root;
 };

@@ -51,7 +51,7 @@ QStringList cells(const Trigger& t)
 QStringList cells(const Timer& t)
 {
     return {t.name, QString::number(t.intervalMs),
-            t.type == QLatin1String("once") ? QStringLiteral("Once") : QStringLiteral("Repeat"),
+            t.kind() == TimerType::Once ? QStringLiteral("Once") : QStringLiteral("Repeat"),
             groupCell(t.group), enabledCell(t.enabled)};
 }
 

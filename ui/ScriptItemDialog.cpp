@@ -15,8 +15,6 @@
 namespace {
 
 const QString kLuaPrefix = QStringLiteral("lua:");
-const QString kTimerOnce = QStringLiteral("once");
-const QString kTimerRepeat = QStringLiteral("repeat");
 constexpr int kRepeatIndex = 0;
 constexpr int kOnceIndex = 1;
 
@@ -234,7 +232,7 @@ void ScriptItemDialog::setTimer(const Timer& timer)
     nameEdit->setText(timer.name);
     groupEdit->setText(timer.group);
     intervalSpin->setValue(timer.intervalMs);
-    timerTypeCombo->setCurrentIndex(timer.type == kTimerOnce ? kOnceIndex : kRepeatIndex);
+    timerTypeCombo->setCurrentIndex(timer.kind() == TimerType::Once ? kOnceIndex : kRepeatIndex);
     loadCommands(timer.commands);
     enabledCheck->setChecked(timer.enabled);
 }
@@ -245,7 +243,7 @@ Timer ScriptItemDialog::getTimer() const
     timer.name = nameEdit->text();
     timer.group = groupEdit->text();
     timer.intervalMs = intervalSpin->value();
-    timer.type = timerTypeCombo->currentIndex() == kOnceIndex ? kTimerOnce : kTimerRepeat;
+    timer.type = timerTypeText(timerTypeCombo->currentIndex() == kOnceIndex ? TimerType::Once : TimerType::Repeat);
     timer.commands = buildCommands();
     timer.enabled = enabledCheck->isChecked();
     return timer;

@@ -296,7 +296,7 @@ void tst_MainWindow::profilesTravelThroughTheFileMenu()
     Storage::instance()->ensureScriptDir(ann);
     QFile module(Storage::instance()->getScriptDir(ann) + "/tools.lua");
     QVERIFY(module.open(QIODevice::WriteOnly));
-    module.write("-- tools\n");
+    module.write("function toolsReady() end\n");
     module.close();
     MainWindow window;
     QAction* exportAction = menuAction(window, "Export Profile");
@@ -331,14 +331,16 @@ void tst_MainWindow::profilesTravelThroughTheFileMenu()
     QCOMPARE(Storage::instance()->getScripts(bob), bobs);
     QVERIFY(!QFile::exists(Storage::instance()->getScriptDir(bob) + "/tools.lua"));
 
+    window.onConnectPressed(bob); // a live session takes the modules at once
     answerModals({chooseFile(path + ".olvexprofile"), clickButton(QMessageBox::Yes),
                   clickButton(QMessageBox::Ok, &seen)});
     importAction->trigger();
+    QVERIFY(window.getScreen(bob.key())->getSession()->getLuaFunctions().contains("toolsReady"));
     QCOMPARE(seen, "Import Profile|Imported the profile into 'Bob'");
     QCOMPARE(Storage::instance()->getScripts(bob), scripts);
     QFile imported(Storage::instance()->getScriptDir(bob) + "/tools.lua");
     QVERIFY(imported.open(QIODevice::ReadOnly));
-    QCOMPARE(imported.readAll(), QByteArray("-- tools\n"));
+    QCOMPARE(imported.readAll(), QByteArray("function toolsReady() end\n"));
 }
 
 void tst_MainWindow::quitEndsTheProgramWhateverIsOpen()

@@ -66,8 +66,12 @@ public:
     }
     ~TinyMux()
     {
-        server.kill();
-        server.waitForFinished();
+        // SIGTERM lets netmux end its helper processes; SIGKILL would orphan them.
+        server.terminate();
+        if (!server.waitForFinished(kWaitMs)) {
+            server.kill();
+            server.waitForFinished();
+        }
     }
     quint16 port = 0;
 

@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "net/MudConnection.h"
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
@@ -38,6 +39,7 @@ private slots:
     void assemblesLinesFromPieces();
     void boundsAnEndlessLine();
     void featureDefaultsFollowTheHost();
+    void reconnectsKeepingItsState();
 };
 
 void tst_GameSession::playsAScriptedGameOverLoopback()
@@ -128,6 +130,57 @@ void tst_GameSession::featureDefaultsFollowTheHost()
 
     GameSession other(Character{"F", "", "mud.elsewhere.org", 4000, ""}, nullptr);
     QVERIFY(!other.isFeatureEnabled(GameFeature::VitalsBars));
+}
+
+void tst_GameSession::reconnectsKeepingItsState()
+{
+    QTemporaryDir dataDir;
+    Storage storage(dataDir.path()); // the session must use the store it is given
+    auto server = std::make_unique<QTcpServer>();
+    QVERIFY(server->listen(QHostAddress::LocalHost));
+    const quint16 port = server->serverPort();
+    const Character hero{"Hero", "", "127.0.0.1", port, ""};
+    GameSession session(hero, nullptr, &storage);
+    session.setFeatureEnabled(GameFeature::StandardTelnet, true);
+    session.setFeatureEnabled(GameFeature::ClientConveniences, true);
+    QCOMPARE(storage.getEnabledFeatures(hero), QList<int>({11, 12}));
+    QVERIFY(Storage::instance()->getEnabledFeatures(hero).isEmpty());
+    QSignalSpy notSent(&session, &GameSession::commandNotSent);
+    QSignalSpy errors(&session, &GameSession::connectionError);
+    QSignalSpy lines(&session, &GameSession::textReceived);
+    session.sendCommand("look");
+    QCOMPARE(notSent, QList<QVariantList>({{"look"}}));
+
+    session.connect();
+    QVERIFY(server->waitForNewConnection(5000));
+    QTcpSocket* peer = server->nextPendingConnection();
+    peer->write(msdp("HEALTH", "5") + "first\n");
+    QTRY_VERIFY_WITH_TIMEOUT(session.getMsdpVariable("HEALTH") == "5", 5000);
+    session.getScriptEngine()->setVariable("target", "orc");
+    peer->close();
+    QTRY_VERIFY_WITH_TIMEOUT(!session.isConnected(), 5000);
+    QVERIFY(!errors.isEmpty()); // the server closing is reported
+    server.reset();
+
+    // A new server on the same port: the same session connects again.
+    server = std::make_unique<QTcpServer>();
+    QVERIFY(server->listen(QHostAddress::LocalHost, port));
+    session.connect();
+    QVERIFY(server->waitForNewConnection(5000));
+    server->nextPendingConnection()->write("second\n");
+    QTRY_VERIFY_WITH_TIMEOUT(lines.last().at(0).toString() == "second\n", 5000);
+    QCOMPARE(session.getMsdpVariable("HEALTH"), "5");
+    QCOMPARE(session.getScriptEngine()->getVariable("target"), "orc");
+    QVERIFY(session.getConnection()->isStandardTelnet());
+    QVERIFY(session.getScriptEngine()->conveniencesEnabled());
+
+    // Nothing listens any more: the refusal reaches the player.
+    server.reset();
+    session.disconnect();
+    errors.clear();
+    session.connect();
+    QTRY_VERIFY_WITH_TIMEOUT(!errors.isEmpty(), 5000);
+    QVERIFY(!errors.first().at(0).toString().isEmpty());
 }
 
 OLVEX_TEST_MAIN(tst_GameSession, QCoreApplication)

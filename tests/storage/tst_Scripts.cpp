@@ -21,7 +21,8 @@ void tst_Scripts::roundTripKeepsEveryField()
     Scripts s;
     s.aliases = {{"a", "k", "kill orc;get all", "combat", false}};
     s.triggers = {{"hit", "You hit (\\w+)", "lua:onHit", "g", true, false, true, "red", false}};
-    s.timers = {{"tick", 2500, "once", "say hi", "g", false}};
+    // A type other than exactly "once" or "repeat" is kept as written.
+    s.timers = {{"tick", 2500, "once", "say hi", "g", false}, {"t", 1, "Once", "", "", true}};
     s.variables = {{"hp", "100", "stats"}};
     s.quickActions = {{"Flee", "flee", false}};
     s.keyBindings = {{"f1", "F1", "north", "move", false}};
@@ -46,7 +47,8 @@ void tst_Scripts::missingAndWrongTypedKeysGiveDefaults()
     QCOMPARE(t.highlightColor, QString("#FFFF00"));
     QVERIFY(t.highlightFullLine);
 
-    QCOMPARE(Timer::fromJson({{"type", 5}}).type, QString("repeat"));
+    QCOMPARE(Timer::fromJson({{"type", 5}}).kind(), TimerType::Repeat);
+    QCOMPARE(Timer::fromJson({{"type", "Once"}}).kind(), TimerType::Unrecognised);
     QCOMPARE(Character::fromJson({{"port", "4000"}, {"name", 7}}).port, 0);
     QCOMPARE(Character::fromJson({{"name", 7}}).name, QString());
     QCOMPARE(LuaModule::fromJson({{"loadOrder", "2"}, {"enabled", "no"}}).loadOrder, 0);

@@ -2,6 +2,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>
@@ -39,6 +40,7 @@ private slots:
     void init();
     void storesEverythingUnderItsKeys();
     void perCharacterDataFollowsNameHostAndPort();
+    void removingACharacterTakesOnlyWhatIsItsOwn();
     void corruptFileIsKeptAsideAndReplaced();
     void failedSaveLeavesOldFileIntact();
 };
@@ -118,6 +120,40 @@ void tst_Storage::perCharacterDataFollowsNameHostAndPort()
     writeFile(dir + "/main.lua", "function mine() end\n");
     storage->ensureScriptDir(moved);
     QCOMPARE(readFile(dir + "/main.lua"), QByteArray("function mine() end\n"));
+}
+
+void tst_Storage::removingACharacterTakesOnlyWhatIsItsOwn()
+{
+    QTemporaryDir dir;
+    Storage storage(dir.path());
+    const Character ann{"Ann", "", "h", 1, ""};
+    const Character twin{"Ann", "other password", "h", 1, ""}; // same key: shares the entries
+    const Character bob{"Bob", "", "h", 1, ""};
+    storage.setCharacters({ann, bob, twin});
+    for (const Character& c : {ann, bob}) {
+        storage.setScripts(c, Scripts());
+        storage.setCustomChannels(c, {});
+        storage.setEnabledFeatures(c, {1});
+        storage.putStringList(storage.getCharacterKey(c, Storage::kHistoryPrefix), {"look"});
+    }
+    storage.setUiValue("fontSize", 14);
+    const QStringList all = QJsonDocument::fromJson(readFile(dir.filePath("settings.json"))).object().keys();
+
+    storage.removeCharacter(ann);
+    QCOMPARE(storage.getCharacters(), QList<Character>({bob, twin}));
+    QCOMPARE(fileObject(&storage).keys(), all); // the twin still uses them
+    storage.removeCharacter(twin);
+    storage.removeCharacter(twin); // gone already: nothing happens
+    QStringList left = all;
+    left.removeIf([](const QString& key) { return key.contains("_Ann_"); });
+    QCOMPARE(left.size(), all.size() - 4);
+    QCOMPARE(fileObject(&storage).keys(), left);
+
+    Storage reread(dir.path());
+    QCOMPARE(reread.getCharacters(), QList<Character>({bob}));
+    QCOMPARE(reread.uiValue("fontSize").toInt(), 14);
+    QVERIFY(reread.uiValue("missing").isUndefined());
+    QCOMPARE(reread.getStringList("cmd_history_Bob_h_1"), QStringList({"look"}));
 }
 
 void tst_Storage::corruptFileIsKeptAsideAndReplaced()
