@@ -4,6 +4,8 @@
 #include <QMutexLocker>
 #include <QTimer>
 
+#include <limits>
+
 #include "net/MudConnection.h"
 #include "script/ScriptEngine.h"
 #include "storage/Storage.h"
@@ -120,13 +122,23 @@ QString GameSession::getMsdpVariable(const QString& name) const
     return msdpVariables.value(name);
 }
 
-void GameSession::setMsdpVariable(const QString& name, const QString& value)
+bool GameSession::setMsdpVariable(const QString& name, const QString& value)
 {
     {
         QMutexLocker locker(&msdpMutex);
+        // The table's bounds (see the header) keep a server that floods names
+        // or values from growing it without end; what does not fit is
+        // counted, and an existing name keeps its last value.
+        const bool fits = name.size() <= kMaxMsdpNameLength && value.size() <= kMaxMsdpValueLength &&
+                          (msdpVariables.size() < kMaxMsdpVariables || msdpVariables.contains(name));
+        if (!fits) {
+            droppedMsdpUpdates += droppedMsdpUpdates < std::numeric_limits<int>::max() ? 1 : 0;
+            return false;
+        }
         msdpVariables.insert(name, value);
     }
     emit msdpUpdated(name, value);
+    return true;
 }
 
 QMap<QString, QString> GameSession::getAllMsdpVariables() const
@@ -185,13 +197,26 @@ void GameSession::onMudTextReceived(const QString& text)
 
 void GameSession::onMudMsdpVariable(const QString& name, const QString& value)
 {
-    setMsdpVariable(name, value);
+    if (!setMsdpVariable(name, value))
+        return;
     scriptEngine->processGameText(name + QLatin1Char('=') + value);
+    // The pair is never shown, so a highlight asked for here has no line.
+    dropPendingHighlights();
 }
 
 int GameSession::droppedMsdpCount() const
 {
-    return 0;
+    QMutexLocker locker(&msdpMutex);
+    return droppedMsdpUpdates;
+}
+
+void GameSession::dropPendingHighlights()
+{
+    // Highlights are asked for while one text runs past the triggers and are
+    // for that text alone; whatever it did not use goes, so a server that
+    // never sends the line cannot pile them up.
+    highlightLines.clear();
+    highlightColors.clear();
 }
 
 void GameSession::onScriptCommand(const QString& command)
@@ -275,6 +300,7 @@ void GameSession::completeLine(const ServerLineAssembler::Line& line, bool ended
             // Text already on screen keeps its colours; the rest takes the highlight.
             rest = line.shown ? highlighted(rest, color) : channelLine;
         }
+        dropPendingHighlights();
         const QString channel = channelDetector.detectChannel(channelLine);
         if (!channel.isEmpty())
             emit channelMessage(channel, channelLine);

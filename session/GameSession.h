@@ -46,9 +46,18 @@ public:
     QList<QString> getLuaFunctions() const;
 
     QString getMsdpVariable(const QString& name) const;
-    void setMsdpVariable(const QString& name, const QString& value);
+    // False when the update does not fit the table's bounds and was dropped.
+    bool setMsdpVariable(const QString& name, const QString& value);
     QMap<QString, QString> getAllMsdpVariables() const;
+    // MSDP updates dropped by the bounds below since the session began.
     int droppedMsdpCount() const;
+
+    // Bounds of the MSDP table, far above what a game sends (some dozens of
+    // variables, the longest a list of a few KiB), so only a broken or hostile
+    // server meets them; at most about 32 MiB of values.
+    static constexpr int kMaxMsdpVariables = 1024;
+    static constexpr int kMaxMsdpNameLength = 256;
+    static constexpr int kMaxMsdpValueLength = 16 * 1024;
 
     bool isFeatureEnabled(GameFeature feature) const;
     void setFeatureEnabled(GameFeature feature, bool enabled);
@@ -93,6 +102,7 @@ public slots:
 private:
     void loadFeatures();
     void applyFeatures();
+    void dropPendingHighlights();
     void completeLine(const ServerLineAssembler::Line& line, bool endedByLineFeed);
 
     Character character;
@@ -103,6 +113,7 @@ private:
     ChannelDetector channelDetector;
     QMap<QString, QString> msdpVariables;
     mutable QMutex msdpMutex;
+    int droppedMsdpUpdates = 0; // guarded by msdpMutex
     QList<GameFeature> enabledFeatures;
     ServerLineAssembler lineAssembler;
     QString outputBuffer;

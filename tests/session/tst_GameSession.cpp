@@ -39,6 +39,7 @@ private slots:
     void featureDefaultsFollowTheHost();
     void reconnectsKeepingItsState();
     void showsPromptsWithStandardTelnet();
+    void boundsTheMsdpTable();
     void keepsModuleFoldersInsideTheDataDirectory_data();
     void keepsModuleFoldersInsideTheDataDirectory();
 };
@@ -196,6 +197,41 @@ void tst_GameSession::showsPromptsWithStandardTelnet()
         received += peer->readAll();
         QCOMPARE(received.count("say "), 1);
     }
+}
+
+void tst_GameSession::boundsTheMsdpTable()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Character player{"M", "", "127.0.0.1", server.serverPort(), ""};
+    Scripts scripts;
+    scripts.triggers = {{"pair", "=", "say pair", "", false}};
+    Storage::instance()->setScripts(player, scripts);
+    GameSession session(player, nullptr);
+    QSignalSpy lines(&session, &GameSession::textReceived);
+    session.connect();
+    QVERIFY(server.waitForNewConnection(5000));
+    QTcpSocket* peer = server.nextPendingConnection();
+
+    QByteArray flood = msdp(QByteArray(GameSession::kMaxMsdpNameLength + 1, 'N'), "1") +
+                       msdp("LONG", QByteArray(GameSession::kMaxMsdpValueLength + 1, 'v'));
+    for (int i = 0; i < GameSession::kMaxMsdpVariables + 5; ++i)
+        flood += msdp("V" + QByteArray::number(i), "x");
+    flood += msdp("V0", "updated") + "still here\n";
+    peer->write(flood);
+    QTRY_VERIFY_WITH_TIMEOUT(!lines.isEmpty() && lines.last().at(0).toString() == "still here\n", 5000);
+
+    const QMap<QString, QString> table = session.getAllMsdpVariables();
+    QCOMPARE(table.size(), GameSession::kMaxMsdpVariables);
+    QCOMPARE(table.value("V0"), "updated"); // a known name is still updated when full
+    QVERIFY(!table.contains("LONG"));
+    QCOMPARE(session.droppedMsdpCount(), 7);
+    // Dropped updates run no triggers: one "say pair" per stored update.
+    QByteArray received;
+    readUntil(peer, QByteArray("say pair\r\n").repeated(GameSession::kMaxMsdpVariables + 1), received);
+    QTest::qWait(50);
+    received += peer->readAll();
+    QCOMPARE(received.count("say pair"), GameSession::kMaxMsdpVariables + 1);
 }
 
 void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory_data()
