@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QJsonArray>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPainter>
@@ -22,6 +23,7 @@
 #include "ui/FeaturesDialog.h"
 #include "ui/GameScreen.h"
 #include "ui/HelpDialog.h"
+#include "ui/SettingsDialog.h"
 #include "ui/Theme.h"
 
 MainWindow::MainWindow()
@@ -236,9 +238,8 @@ void MainWindow::onDeleteCharacter(const Character& character)
     if (!confirm(QStringLiteral("Confirm Delete"),
                  QStringLiteral("Delete character '%1'?").arg(character.name)))
         return;
-    QList<Character> characters = Storage::instance()->getCharacters();
-    characters.removeOne(character);
-    Storage::instance()->setCharacters(characters);
+    Storage::instance()->removeCharacter(character);
+    SettingsDialog::forgetOptions(character);
     connectScreen->loadCharacters();
 }
 
@@ -367,18 +368,18 @@ void MainWindow::restoreWindowState()
 {
     Storage* storage = Storage::instance();
     restoreGeometry(
-        QByteArray::fromBase64(storage->getString(QStringLiteral("mainWindowGeometry")).toLatin1()));
-    for (const QString& size :
-         storage->getString(QStringLiteral("gameScreenSplitter")).split(QLatin1Char(','), Qt::SkipEmptyParts))
+        QByteArray::fromBase64(storage->uiValue(QStringLiteral("mainWindowGeometry")).toString().toLatin1()));
+    const QJsonArray sizes = storage->uiValue(QStringLiteral("gameScreenSplitter")).toArray();
+    for (const QJsonValue& size : sizes)
         splitterSizes.append(size.toInt());
 }
 
 void MainWindow::saveWindowState()
 {
     Storage* storage = Storage::instance();
-    storage->putString(QStringLiteral("mainWindowGeometry"), QString::fromLatin1(saveGeometry().toBase64()));
-    QStringList sizes;
+    storage->setUiValue(QStringLiteral("mainWindowGeometry"), QString::fromLatin1(saveGeometry().toBase64()));
+    QJsonArray sizes;
     for (int size : std::as_const(splitterSizes))
-        sizes.append(QString::number(size));
-    storage->putString(QStringLiteral("gameScreenSplitter"), sizes.join(QLatin1Char(',')));
+        sizes.append(size);
+    storage->setUiValue(QStringLiteral("gameScreenSplitter"), sizes);
 }

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QMutexLocker>
+#include <QTimer>
 
 #include "net/MudConnection.h"
 #include "script/ScriptEngine.h"
@@ -13,6 +14,7 @@ GameSession::GameSession(const Character& character, QObject* parent, Storage* s
     , storage(store ? store : Storage::instance())
     , connection(new MudConnection(this))
     , scriptEngine(new ScriptEngine(this))
+    , idleTimer(new QTimer(this))
 {
     // GameSession::connect() hides QObject::connect, hence the qualified calls.
     QObject::connect(connection, &MudConnection::connected, this, &GameSession::onMudConnected);
@@ -21,6 +23,9 @@ GameSession::GameSession(const Character& character, QObject* parent, Storage* s
     QObject::connect(connection, &MudConnection::msdpVariable, this, &GameSession::onMudMsdpVariable);
     QObject::connect(connection, &MudConnection::error, this, &GameSession::connectionError);
     QObject::connect(connection, &MudConnection::serverEchoChanged, this, &GameSession::serverEchoChanged);
+    QObject::connect(connection, &MudConnection::promptEnded, this, &GameSession::onMudPromptEnded);
+    idleTimer->setSingleShot(true);
+    QObject::connect(idleTimer, &QTimer::timeout, this, &GameSession::onIdleTimer);
     QObject::connect(scriptEngine, &ScriptEngine::commandToSend, this, &GameSession::onScriptCommand);
     QObject::connect(scriptEngine, &ScriptEngine::variableChanged, this, &GameSession::variableUpdated);
     QObject::connect(scriptEngine, &ScriptEngine::lineHighlight, this, &GameSession::onScriptLineHighlight);
@@ -56,7 +61,10 @@ void GameSession::loadFeatures()
 
 void GameSession::applyFeatures()
 {
-    connection->setStandardTelnet(isFeatureEnabled(GameFeature::StandardTelnet));
+    showsPromptsEarly = isFeatureEnabled(GameFeature::StandardTelnet);
+    connection->setStandardTelnet(showsPromptsEarly);
+    if (!showsPromptsEarly)
+        idleTimer->stop();
     scriptEngine->setConveniencesEnabled(isFeatureEnabled(GameFeature::ClientConveniences));
 }
 
@@ -154,12 +162,25 @@ void GameSession::onMudConnected()
 
 void GameSession::onMudDisconnected()
 {
+    // A server's last words may lack their line feed; with prompts shown early
+    // they are shown rather than kept for a link that may never come.
+    if (showsPromptsEarly) {
+        idleTimer->stop();
+        const QString last = lineAssembler.showPending();
+        if (!last.isEmpty())
+            emit textReceived(last);
+    }
     emit disconnected();
 }
 
 void GameSession::onMudTextReceived(const QString& text)
 {
     emit textReceived(processMudText(text));
+    if (showsPromptsEarly) {
+        sinceText.start();
+        if (!idleTimer->isActive() && !lineAssembler.pending().isEmpty())
+            idleTimer->start(kPromptIdleMs);
+    }
 }
 
 void GameSession::onMudMsdpVariable(const QString& name, const QString& value)
@@ -191,55 +212,77 @@ void GameSession::onScriptLineHighlight(const QString& line, const QString& colo
 
 QString GameSession::processMudText(const QString& text)
 {
-    // The connection hands text on one character at a time, so nearly every
-    // call brings a single character that only extends the pending line.
-    if (text.size() == 1 && text.front() != u'\n' && lineBuffer.size() < kMaxPendingLine) {
-        lineBuffer.append(text.front());
-        return QString();
-    }
     outputBuffer.clear();
-    // Only the new text is scanned for line feeds: the pending line is never
-    // searched again, so a long line costs the same as many short ones.
-    const QStringView incoming(text);
-    qsizetype start = 0;
-    while (start < incoming.size()) {
-        const qsizetype lineFeed = incoming.indexOf(QLatin1Char('\n'), start);
-        const qsizetype end = lineFeed < 0 ? incoming.size() : lineFeed;
-        while (start < end) {
-            if (lineBuffer.size() >= kMaxPendingLine)
-                completeLine(std::exchange(lineBuffer, QString()));
-            const qsizetype take = qMin<qsizetype>(kMaxPendingLine - lineBuffer.size(), end - start);
-            lineBuffer.append(incoming.mid(start, take));
-            start += take;
-        }
-        if (lineFeed < 0)
-            break;
-        completeLine(std::exchange(lineBuffer, QString()));
-        start = lineFeed + 1;
-    }
+    lineAssembler.append(text, [this](LineAssembler::Line&& line) { completeLine(line, true); });
     return outputBuffer;
 }
 
-void GameSession::completeLine(QString line)
+void GameSession::onMudPromptEnded()
 {
+    idleTimer->stop();
+    if (std::optional<LineAssembler::Line> prompt = lineAssembler.endPrompt()) {
+        outputBuffer.clear();
+        completeLine(*prompt, false);
+        emit textReceived(outputBuffer);
+    }
+}
+
+void GameSession::onIdleTimer()
+{
+    const qint64 quiet = sinceText.elapsed();
+    if (quiet < kPromptIdleMs) {
+        idleTimer->start(int(kPromptIdleMs - quiet));
+        return;
+    }
+    const QString early = lineAssembler.showPending();
+    if (!early.isEmpty())
+        emit textReceived(early);
+}
+
+namespace {
+
+// The colour goes around the text but never after a CR that ends it: the
+// terminal would take a CR that is not right before the line feed as a line
+// break of its own, and every highlighted line would gain an empty one.
+QString highlighted(const QString& text, const QColor& color)
+{
+    const bool endsWithCr = text.endsWith(QLatin1Char('\r'));
+    QString result = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';') +
+                     QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue()) +
+                     QLatin1Char('m') + text.chopped(endsWithCr ? 1 : 0) +
+                     QStringLiteral("\x1b[0m");
+    if (endsWithCr)
+        result += QLatin1Char('\r');
+    return result;
+}
+
+} // namespace
+
+void GameSession::completeLine(const LineAssembler::Line& line, bool endedByLineFeed)
+{
+    // What the screen does not have yet; all of it unless shown early.
+    QString rest = line.shown ? line.text.mid(line.shown) : line.text;
     // The second test is redundant but harmless; prompts skip triggers and channels.
-    if (line.startsWith(QLatin1Char('>')) || line.startsWith(QLatin1String(">>"))) {
-        emit promptReceived(line);
+    if (line.text.startsWith(QLatin1Char('>')) || line.text.startsWith(QLatin1String(">>"))) {
+        emit promptReceived(line.text);
     } else {
-        scriptEngine->processGameText(line);
+        scriptEngine->processGameText(line.text);
 
         // A trigger's highlight is used once, on the line that fired it.
-        if (!highlightLines.isEmpty() && highlightLines.remove(line)) {
-            const QColor color(highlightColors.take(line));
-            line = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';') +
-                   QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue()) +
-                   QLatin1Char('m') + line + QStringLiteral("\x1b[0m");
+        QString channelLine = line.text;
+        if (!highlightLines.isEmpty() && highlightLines.remove(line.text)) {
+            const QColor color(highlightColors.take(line.text));
+            channelLine = highlighted(line.text, color);
+            // Text already on screen keeps its colours; the rest takes the highlight.
+            rest = line.shown ? highlighted(rest, color) : channelLine;
         }
-
-        const QString channel = channelDetector.detectChannel(line);
+        const QString channel = channelDetector.detectChannel(channelLine);
         if (!channel.isEmpty())
-            emit channelMessage(channel, line);
+            emit channelMessage(channel, channelLine);
     }
-    outputBuffer += line;
-    outputBuffer += QLatin1Char('\n');
+    if (line.breakBefore)
+        outputBuffer += QLatin1Char('\n');
+    outputBuffer += rest;
+    if (endedByLineFeed)
+        outputBuffer += QLatin1Char('\n');
 }

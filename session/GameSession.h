@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QMap>
 #include <QMutex>
@@ -9,11 +10,13 @@
 
 #include "script/ChannelDetector.h"
 #include "session/GameFeature.h"
+#include "session/LineAssembler.h"
 #include "storage/Character.h"
 #include "storage/Scripts.h"
 
 class MudConnection;
 class ScriptEngine;
+class QTimer;
 class Storage;
 
 // One live game: a character's connection, its scripts, its channel detector
@@ -56,9 +59,9 @@ public:
 
     QString processMudText(const QString& text);
 
-    // A server that never sends a line feed must not grow the pending line
-    // without bound: at this many characters it is delivered as a line.
-    static constexpr int kMaxPendingLine = 64 * 1024;
+    // With standard telnet, text that waits this long for its line feed is
+    // shown (a prompt the server did not mark) and completed when the rest comes.
+    static constexpr int kPromptIdleMs = 150;
 
 signals:
     void connected();
@@ -84,22 +87,27 @@ public slots:
     void onMudMsdpVariable(const QString& name, const QString& value);
     void onScriptCommand(const QString& command);
     void onScriptLineHighlight(const QString& line, const QString& color);
+    void onMudPromptEnded();
+    void onIdleTimer();
 
 private:
     void loadFeatures();
     void applyFeatures();
-    void completeLine(QString line);
+    void completeLine(const LineAssembler::Line& line, bool endedByLineFeed);
 
     Character character;
     Storage* storage;
     MudConnection* connection = nullptr;
     ScriptEngine* scriptEngine = nullptr;
+    QTimer* idleTimer = nullptr;
     ChannelDetector channelDetector;
     QMap<QString, QString> msdpVariables;
     mutable QMutex msdpMutex;
     QList<GameFeature> enabledFeatures;
-    QString lineBuffer;
+    LineAssembler lineAssembler;
     QString outputBuffer;
+    bool showsPromptsEarly = false;
+    QElapsedTimer sinceText;
     QSet<QString> highlightLines;
     QMap<QString, QString> highlightColors;
 };

@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
+#include <QJsonObject>
 #include <QLabel>
 #include <QPushButton>
 #include <QSlider>
@@ -13,9 +14,15 @@
 
 namespace {
 
-QString optionKey(const char* option, const Character& character)
+// Both options of one character, kept together among the free settings.
+QString optionsKey(const Character& character)
 {
-    return Storage::instance()->getCharacterKey(character, QString::fromLatin1(option));
+    return Storage::instance()->getCharacterKey(character, QStringLiteral("inputOptions"));
+}
+
+bool storedOption(const Character& character, const QString& name)
+{
+    return Storage::instance()->uiValue(optionsKey(character)).toObject().value(name).toBool(true);
 }
 
 } // namespace
@@ -83,12 +90,18 @@ void SettingsDialog::showCurrent(const Character& character, int fontSize)
 
 bool SettingsDialog::storedEchoInput(const Character& character)
 {
-    return Storage::instance()->getBoolean(optionKey("echoInput", character), true);
+    return storedOption(character, QStringLiteral("echoInput"));
 }
 
 bool SettingsDialog::storedRepeatMode(const Character& character)
 {
-    return Storage::instance()->getBoolean(optionKey("repeatMode", character), true);
+    return storedOption(character, QStringLiteral("repeatMode"));
+}
+
+void SettingsDialog::forgetOptions(const Character& character)
+{
+    // An undefined value removes the key.
+    Storage::instance()->setUiValue(optionsKey(character), QJsonValue(QJsonValue::Undefined));
 }
 
 int SettingsDialog::getFontSize() const
@@ -117,8 +130,9 @@ void SettingsDialog::onFontSizeChanged(int size)
 void SettingsDialog::onAccepted()
 {
     if (rememberedFor) {
-        Storage::instance()->putBoolean(optionKey("echoInput", *rememberedFor), getEchoInput());
-        Storage::instance()->putBoolean(optionKey("repeatMode", *rememberedFor), getRepeatMode());
+        Storage::instance()->setUiValue(optionsKey(*rememberedFor),
+                                        QJsonObject{{QStringLiteral("echoInput"), getEchoInput()},
+                                                    {QStringLiteral("repeatMode"), getRepeatMode()}});
     }
     emit echoInputChanged(getEchoInput());
     emit repeatModeChanged(getRepeatMode());

@@ -6,7 +6,6 @@
 #include <optional>
 
 #include "storage/Character.h"
-
 #include "ui/Theme.h"
 
 class QCheckBox;
@@ -32,6 +31,8 @@ public:
     // The remembered options; both are on until the player turns them off.
     static bool storedEchoInput(const Character& character);
     static bool storedRepeatMode(const Character& character);
+    // For a deleted character: nothing of it stays in the settings file.
+    static void forgetOptions(const Character& character);
 
     int getFontSize() const;
     bool getEchoInput() const;

@@ -28,6 +28,7 @@
 #include "ui/ConnectScreen.h"
 #include "ui/FeaturesDialog.h"
 #include "ui/GameScreen.h"
+#include "ui/SettingsDialog.h"
 
 class tst_MainWindow : public QObject {
     Q_OBJECT
@@ -228,6 +229,13 @@ void tst_MainWindow::charactersAreValidatedAndStored()
     window.onEditCharacter(ann);
     QCOMPARE(Storage::instance()->getCharacters().first().port, 4001);
 
+    // Options remembered for Ann go with her.
+    SettingsDialog options;
+    options.showCurrent(Storage::instance()->getCharacters().first(), 10);
+    options.findChild<QCheckBox*>()->setChecked(false);
+    options.onAccepted();
+    QVERIFY(!SettingsDialog::storedEchoInput(Storage::instance()->getCharacters().first()));
+
     // Enter on "Confirm Delete" keeps the character; only Yes deletes.
     answerModals({pressEnter});
     window.onDeleteCharacter(Storage::instance()->getCharacters().first());
@@ -237,6 +245,9 @@ void tst_MainWindow::charactersAreValidatedAndStored()
     window.onDeleteCharacter(Storage::instance()->getCharacters().first());
     QCOMPARE(question, "Confirm Delete|Delete character 'Ann'?");
     QVERIFY(Storage::instance()->getCharacters().isEmpty());
+    QFile settings(Storage::instance()->getStoragePath());
+    QVERIFY(settings.open(QIODevice::ReadOnly));
+    QVERIFY(!settings.readAll().contains("Ann_mud.example"));
 }
 
 void tst_MainWindow::featuresAreSwitchedPerCharacter()

@@ -36,10 +36,9 @@ class tst_GameSession : public QObject {
 
 private slots:
     void playsAScriptedGameOverLoopback();
-    void assemblesLinesFromPieces();
-    void boundsAnEndlessLine();
     void featureDefaultsFollowTheHost();
     void reconnectsKeepingItsState();
+    void showsPromptsWithStandardTelnet();
 };
 
 void tst_GameSession::playsAScriptedGameOverLoopback()
@@ -49,7 +48,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     const Character hero{"Hero", "", "127.0.0.1", server.serverPort(), ""};
     Scripts scripts;
     // MSDP updates reach the triggers as "NAME=value" lines.
-    scripts.triggers = {{"hit", "you hit", "say got $0", "", false, true, true, "red"},
+    scripts.triggers = {{"hit", "you hit", "say got it", "", false, true, true, "red"},
                         {"low", "^HEALTH=(\\d)$", "quaff $1", "", true}};
     Storage::instance()->setScripts(hero, scripts);
 
@@ -61,7 +60,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     QVERIFY(server.waitForNewConnection(5000));
     QTcpSocket* peer = server.nextPendingConnection();
     peer->write("\x1b[1;32mWelcome\x1b[0m\r\n> \n[CHAT] Bob: hi\n" + msdp("HEALTH", "5") +
-                "You hit the orc.\nthe end\n");
+                "You hit the orc.\r\nthe end\n");
     QTRY_VERIFY_WITH_TIMEOUT(lines.count() > 0 && lines.last().at(0).toString() == "the end\n", 5000);
 
     QStringList shown;
@@ -69,7 +68,8 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
         if (!args.at(0).toString().isEmpty())
             shown << args.at(0).toString();
     }
-    const QString highlighted = "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m";
+    // The colour closes before the CR, so a CR LF line stays one terminal line.
+    const QString highlighted = "\x1b[38;2;255;0;0mYou hit the orc.\x1b[0m\r";
     QCOMPARE(shown, QStringList({"\x1b[1;32mWelcome\x1b[0m\r\n", "> \n", "[CHAT] Bob: hi\n",
                                  highlighted + "\n", "the end\n"}));
     QCOMPARE(prompts, QList<QVariantList>({{"> "}}));
@@ -81,38 +81,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     QByteArray received;
     readUntil(peer, "north;south\r\n", received);
     QCOMPARE(received.mid(received.indexOf("quaff")),
-             QByteArray("quaff 5\r\nsay got You hit the orc.\r\nnorth;south\r\n"));
-}
-
-void tst_GameSession::assemblesLinesFromPieces()
-{
-    GameSession session(Character{"A", "", "localhost", 1, ""}, nullptr);
-    QSignalSpy prompts(&session, &GameSession::promptReceived);
-    QCOMPARE(session.processMudText("ab"), QString());
-    QCOMPARE(session.processMudText("c"), QString());
-    QCOMPARE(session.processMudText("\r\nde"), QString("abc\r\n"));
-    QCOMPARE(session.processMudText("\n\n>> hp\nx"), QString("de\n\n>> hp\n"));
-    QCOMPARE(prompts.count(), 1);
-    QCOMPARE(session.processMudText("\n"), QString("x\n"));
-
-    // A highlight is used once: the same text on the next line stays plain.
-    session.onScriptLineHighlight("plain", "#00ff00");
-    QCOMPARE(session.processMudText("plain\nplain\n"), QString("\x1b[38;2;0;255;0mplain\x1b[0m\nplain\n"));
-}
-
-void tst_GameSession::boundsAnEndlessLine()
-{
-    GameSession session(Character{"A", "", "localhost", 1, ""}, nullptr);
-    const int cap = GameSession::kMaxPendingLine;
-    QString out;
-    for (int i = 0; i < cap + 10; ++i)
-        out += session.processMudText(QString(QLatin1Char('a' + i % 26)));
-    QCOMPARE(out.size(), cap + 1); // the first 64 KiB went out as a line of its own
-    QVERIFY(out.endsWith('\n'));
-    QCOMPARE(session.processMudText("\n").size(), 11);
-
-    // A line of exactly the cap, ended by a line feed, stays one line.
-    QCOMPARE(session.processMudText(QString(cap, 'b') + "\n"), QString(cap, 'b') + "\n");
+             QByteArray("quaff 5\r\nsay got it\r\nnorth;south\r\n"));
 }
 
 void tst_GameSession::featureDefaultsFollowTheHost()
@@ -181,6 +150,51 @@ void tst_GameSession::reconnectsKeepingItsState()
     session.connect();
     QTRY_VERIFY_WITH_TIMEOUT(!errors.isEmpty(), 5000);
     QVERIFY(!errors.first().at(0).toString().isEmpty());
+}
+
+void tst_GameSession::showsPromptsWithStandardTelnet()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    const Character player{"P", "", "127.0.0.1", server.serverPort(), ""};
+    Scripts scripts;
+    scripts.triggers = {{"dog", "a big dog.", "say seen", "", false, true, true, "red"},
+                        {"bi", "a bi$", "say cut", "", true}};
+    Storage::instance()->setScripts(player, scripts);
+    for (const bool standard : {true, false}) {
+        GameSession session(player, nullptr);
+        session.setFeatureEnabled(GameFeature::StandardTelnet, standard);
+        QString screen;
+        QObject::connect(&session, &GameSession::textReceived, [&screen](const QString& t) { screen += t; });
+        session.connect();
+        QVERIFY(server.waitForNewConnection(5000));
+        QTcpSocket* peer = server.nextPendingConnection();
+        peer->write("Name: \xff\xf9"); // IAC GA
+        peer->flush();
+        if (!standard) {
+            // Described behaviour: unmarked or not, the text waits for its line feed.
+            QTest::qWait(GameSession::kPromptIdleMs * 3);
+            QCOMPARE(screen, QString());
+            peer->write("\n");
+            QTRY_COMPARE_WITH_TIMEOUT(screen, "Name: \n", 5000);
+            continue;
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(screen, "Name: ", 5000);
+        peer->write("\r\nHP> \xff\xef"); // IAC EOR
+        // The standard parser ends lines with a bare line feed.
+        QTRY_COMPARE_WITH_TIMEOUT(screen, "Name: \nHP> ", 5000);
+        peer->write("You see a bi");
+        QTRY_COMPARE_WITH_TIMEOUT(screen, "Name: \nHP> \nYou see a bi", 5000);
+        peer->write("g dog.\r\n");
+        QTRY_VERIFY_WITH_TIMEOUT(screen.endsWith("\n"), 5000);
+        QCOMPARE(screen, "Name: \nHP> \nYou see a bi\x1b[38;2;255;0;0mg dog.\x1b[0m\n");
+        // The trigger saw the whole line once, and never the part shown early.
+        QByteArray received;
+        readUntil(peer, "say seen\r\n", received);
+        QTest::qWait(50);
+        received += peer->readAll();
+        QCOMPARE(received.count("say "), 1);
+    }
 }
 
 OLVEX_TEST_MAIN(tst_GameSession, QCoreApplication)
