@@ -12,7 +12,6 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
-#include <QTextDocumentFragment>
 #include <QTime>
 #include <QTimer>
 #include <QUrl>
@@ -20,6 +19,7 @@
 #include <optional>
 #include <utility>
 
+#include "terminal/TerminalDocument.h"
 #include "terminal/TerminalText.h"
 #include "ui/Theme.h"
 
@@ -51,8 +51,6 @@ constexpr int kMaxScrollbackCharacters = 8 * 1024 * 1024;
 // at the last compaction, whichever is more) the document is rebuilt from its
 // own content, which keeps only the formats still in use.
 constexpr int kFormatCompactionThreshold = 20000;
-// Longest unfinished escape sequence held back for the rest of an open line.
-constexpr qsizetype kMaxHeldEscape = 256;
 
 const QColor kHighlightColor(70, 130, 180);
 const QColor kFindHighlightColor(255, 255, 0, 100);
@@ -113,30 +111,13 @@ void TerminalWidget::appendAnsiText(const QString& text)
         pendingLines.append(text);
         return;
     }
-    const bool continuesLine = !openLine.isNull();
-    const QString stamp = timestamps && !continuesLine
+    const QString stamp = timestamps && lines.startsLine()
                               ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] "))
                               : QString();
-    const bool leavesOpen = linesStayOpen && !text.endsWith(u'\n');
-    if (leavesOpen) {
-        openLine += stamp + text;
-    } else {
-        if (logging && logFile)
-            writeLog(openLine + stamp + text);
-        openLine = QString();
-    }
-
-    QString shown = std::exchange(heldEscape, QString()) + text;
-    if (leavesOpen) {
-        // The colour code cut short at the end of this piece is finished by
-        // the next one; shown now, it would appear as text.
-        const qsizetype cut = TerminalText::unfinishedEscape(shown);
-        if (cut >= 0 && shown.size() - cut <= kMaxHeldEscape) {
-            heldEscape = shown.mid(cut);
-            shown.truncate(cut);
-        }
-    }
-    insertLine(stamp + shown, leavesOpen);
+    const LineAssembler::Piece piece = lines.add(text, stamp);
+    if (!piece.leavesOpen && logging && logFile)
+        writeLog(piece.logLine);
+    insertLine(piece.shown, piece.leavesOpen);
     if (document()->allFormats().size() > formatCompactionThreshold)
         compactFormats();
 
@@ -190,7 +171,7 @@ void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
     if (needsLineEnd && runs.isEmpty())
         cursor.insertText(QStringLiteral("\n"));
     if (linksEnabled)
-        markLinks(runs, lineStart);
+        TerminalDocument::markLinks(doc, runs, lineStart);
     cursor.endEditBlock();
 
     // Shaped glyphs are normally thrown away after layout and made again at
@@ -206,35 +187,9 @@ void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
     }
 }
 
-void TerminalWidget::markLinks(const QList<AnsiParser::FormatRun>& runs, int lineStart)
-{
-    QString shown;
-    for (const AnsiParser::FormatRun& run : runs)
-        shown += run.text;
-    QTextCursor cursor(document());
-    for (const TerminalText::Link& link : TerminalText::findLinks(shown)) {
-        QTextCharFormat anchor;
-        anchor.setAnchor(true);
-        anchor.setAnchorHref(link.url);
-        anchor.setFontUnderline(true);
-        cursor.setPosition(lineStart + int(link.start));
-        cursor.setPosition(lineStart + int(link.start + link.length), QTextCursor::KeepAnchor);
-        cursor.mergeCharFormat(anchor);
-    }
-}
-
 void TerminalWidget::releaseHiddenLayouts()
 {
-    QTextBlock block = firstVisibleBlock().previous();
-    while (block.isValid() && block.layout()->lineCount() > 0) {
-        // An empty layout pass is what frees a layout's glyphs; clearLayout()
-        // alone keeps them. The block is laid out again if scrolled back to.
-        QTextLayout* layout = block.layout();
-        layout->setCacheEnabled(false);
-        layout->beginLayout();
-        layout->endLayout();
-        block = block.previous();
-    }
+    TerminalDocument::releaseLayoutsBefore(firstVisibleBlock());
 }
 
 int TerminalWidget::dropOldestBlocks(int incomingBlocks, int incomingCharacters)
@@ -251,17 +206,12 @@ int TerminalWidget::dropOldestBlocks(int incomingBlocks, int incomingCharacters)
     // The scroll bar counts lines from the top; a player reading back keeps
     // the same text in view when the lines above it are dropped.
     QScrollBar* bar = verticalScrollBar();
-    const int droppedLines = doc->findBlockByNumber(excess).firstLineNumber();
     // Left to the document, trimming would lay out the doomed first line and
     // announce the shrinking size on its own. Done here just before the
     // insertion, whose size announcement covers both, the layout can stay quiet
     // and only a repaint is owed.
     const QSignalBlocker quietLayout(doc->documentLayout());
-    QTextCursor cursor(doc);
-    cursor.beginEditBlock();
-    cursor.setPosition(doc->findBlockByNumber(excess).position(), QTextCursor::KeepAnchor);
-    cursor.removeSelectedText();
-    cursor.endEditBlock();
+    const int droppedLines = TerminalDocument::removeFirstBlocks(doc, excess);
     if (!followTail)
         bar->setValue(qMax(0, bar->value() - droppedLines));
     return excess;
@@ -270,18 +220,9 @@ int TerminalWidget::dropOldestBlocks(int incomingBlocks, int incomingCharacters)
 void TerminalWidget::compactFormats()
 {
     QTextDocument* doc = document();
-    QTextCursor all(doc);
-    all.select(QTextCursor::Document);
-    const QTextDocumentFragment content = all.selection();
     const int scrolledTo = verticalScrollBar()->value();
-    // Clearing is what empties the format collection; the fragment carries
-    // only the formats its text uses, so the scrollback looks as before.
-    setExtraSelections({});
-    doc->clear();
-    QTextCursor cursor(doc);
-    cursor.beginEditBlock();
-    cursor.insertFragment(content);
-    cursor.endEditBlock();
+    setExtraSelections({}); // their cursors do not survive the rebuild
+    TerminalDocument::compactFormats(doc);
     formatCompactionThreshold = qMax(kFormatCompactionThreshold, 2 * int(doc->allFormats().size()));
     if (!followTail)
         verticalScrollBar()->setValue(scrolledTo);
@@ -341,8 +282,7 @@ void TerminalWidget::onScrolled()
 void TerminalWidget::clearTerminal()
 {
     clear();
-    openLine = QString();
-    heldEscape.clear();
+    lines.reset();
     followTail = true;
 }
 
@@ -402,43 +342,15 @@ bool TerminalWidget::findInOutput(const QString& text, bool forward, bool caseSe
         return false;
     setTextCursor(found);
     ensureCursorVisible();
-    setExtraSelections(collectMatches(text, caseSensitive, useRegex));
-    return true;
-}
-
-QList<QTextEdit::ExtraSelection> TerminalWidget::collectMatches(const QString& text, bool caseSensitive,
-                                                                bool useRegex)
-{
-    QTextDocument::FindFlags flags;
-    if (caseSensitive)
-        flags |= QTextDocument::FindCaseSensitively;
-    const QRegularExpression expression = useRegex ? QRegularExpression(text) : QRegularExpression();
-    QTextDocument* doc = document();
-    const int documentEnd = doc->characterCount() - 1;
-
     QList<QTextEdit::ExtraSelection> selections;
-    QTextCursor from(doc);
-    for (;;) {
-        const QTextCursor match =
-            useRegex ? doc->find(expression, from, flags) : doc->find(text, from, flags);
-        if (match.isNull())
-            break;
-        if (match.hasSelection()) {
-            QTextEdit::ExtraSelection selection;
-            selection.cursor = match;
-            selection.format.setBackground(kFindHighlightColor);
-            selections.append(selection);
-            from = match;
-            continue;
-        }
-        // A pattern that matches nothing at all (such as "x*") would find the
-        // same spot forever: step past it.
-        if (match.position() >= documentEnd)
-            break;
-        from = match;
-        from.setPosition(match.position() + 1);
+    for (const QTextCursor& match : TerminalDocument::findAll(document(), text, caseSensitive, useRegex)) {
+        QTextEdit::ExtraSelection selection;
+        selection.cursor = match;
+        selection.format.setBackground(kFindHighlightColor);
+        selections.append(selection);
     }
-    return selections;
+    setExtraSelections(selections);
+    return true;
 }
 
 void TerminalWidget::clearFindHighlights()
@@ -549,7 +461,7 @@ void TerminalWidget::mouseReleaseEvent(QMouseEvent* event)
 
 void TerminalWidget::setLinesStayOpen(bool enabled)
 {
-    linesStayOpen = enabled;
+    lines.setLinesStayOpen(enabled);
 }
 
 void TerminalWidget::paintEvent(QPaintEvent* event)

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "terminal/AnsiParser.h"
+#include "terminal/LineAssembler.h"
 
 class QFile;
 
@@ -73,8 +74,6 @@ private:
     int dropOldestBlocks(int incomingBlocks, int incomingCharacters);
     void compactFormats();
     void releaseHiddenLayouts();
-    void markLinks(const QList<AnsiParser::FormatRun>& runs, int lineStart);
-    QList<QTextEdit::ExtraSelection> collectMatches(const QString& text, bool caseSensitive, bool useRegex);
 
     AnsiParser parser;
     int fontSize = 10;
@@ -87,12 +86,8 @@ private:
     bool logging = false;
     QString logPath;
     std::unique_ptr<QFile> logFile;
-    bool linesStayOpen = false;
+    LineAssembler lines;
     bool linksEnabled = false;
-    // The line shown but not yet complete, as it goes to the log (stamped);
-    // null while no line is open.
-    QString openLine;
-    QString heldEscape; // the unfinished escape sequence that ended the open line
     // A burst of lines within one event-loop turn costs one scroll and one
     // scroll-range update, done together on the next turn.
     bool deferredUpdatePending = false;

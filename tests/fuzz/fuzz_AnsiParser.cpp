@@ -4,7 +4,9 @@
 //
 // Besides crashes, it checks that no produced run is empty and that the text
 // left after parsing is exactly what removing the control sequences with the
-// equivalent regular expressions leaves.
+// equivalent regular expressions leaves; and that the terminal's cutting of
+// long lines keeps every drawable character and bounds every line, and its
+// links lie inside the text, in order.
 
 #include <QRegularExpression>
 #include <QString>
@@ -14,6 +16,7 @@
 #include <cstdlib>
 
 #include "terminal/AnsiParser.h"
+#include "terminal/TerminalText.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -33,6 +36,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         expected.remove(nonSgr).remove(sgr);
         if (shown != expected)
             std::abort();
+
+        QString cutText;
+        for (const AnsiParser::FormatRun& run :
+             TerminalText::cutLongLines(TerminalText::drawableRuns(parser.parse(line)), 0, 16, 4)) {
+            if (run.text.isEmpty())
+                std::abort();
+            cutText += run.text;
+        }
+        for (const QString& piece : cutText.split(QLatin1Char('\n'))) {
+            if (piece.size() > 17) // a surrogate pair is never split
+                std::abort();
+        }
+        if (cutText.remove(QLatin1Char('\n')) != TerminalText::drawable(shown))
+            std::abort();
+        qsizetype linkEnd = 0;
+        for (const TerminalText::Link& link : TerminalText::findLinks(shown)) {
+            if (link.start < linkEnd || link.length <= 0 || link.start + link.length > shown.size())
+                std::abort();
+            linkEnd = link.start + link.length;
+        }
     }
     return 0;
 }

@@ -1,0 +1,40 @@
+#include "terminal/LineAssembler.h"
+
+#include <utility>
+
+#include "terminal/TerminalText.h"
+
+namespace {
+
+// Longest unfinished escape sequence held back for the rest of an open line;
+// anything longer is shown as it is.
+constexpr qsizetype kMaxHeldEscape = 256;
+
+} // namespace
+
+LineAssembler::Piece LineAssembler::add(const QString& text, const QString& stamp)
+{
+    Piece piece{{}, stayOpen && !text.endsWith(u'\n'), {}};
+    if (piece.leavesOpen) {
+        openLine += stamp + text;
+    } else {
+        piece.logLine = std::exchange(openLine, QString()) + stamp + text;
+    }
+
+    QString shown = std::exchange(heldEscape, QString()) + text;
+    if (piece.leavesOpen) {
+        const qsizetype cut = TerminalText::unfinishedEscape(shown);
+        if (cut >= 0 && shown.size() - cut <= kMaxHeldEscape) {
+            heldEscape = shown.mid(cut);
+            shown.truncate(cut);
+        }
+    }
+    piece.shown = stamp + shown;
+    return piece;
+}
+
+void LineAssembler::reset()
+{
+    openLine = QString();
+    heldEscape.clear();
+}
