@@ -114,7 +114,7 @@ void TerminalWidget::appendAnsiText(const QString& text)
     const QString stamp = timestamps && lines.startsLine()
                               ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] "))
                               : QString();
-    const LineAssembler::Piece piece = lines.add(text, stamp);
+    const TerminalLines::Piece piece = lines.add(text, stamp);
     if (!piece.leavesOpen && logging && logFile)
         writeLog(piece.logLine);
     insertLine(piece.shown, piece.leavesOpen);

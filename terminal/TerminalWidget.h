@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "terminal/AnsiParser.h"
-#include "terminal/LineAssembler.h"
+#include "terminal/TerminalLines.h"
 
 class QFile;
 
@@ -86,7 +86,7 @@ private:
     bool logging = false;
     QString logPath;
     std::unique_ptr<QFile> logFile;
-    LineAssembler lines;
+    TerminalLines lines;
     bool linksEnabled = false;
     // A burst of lines within one event-loop turn costs one scroll and one
     // scroll-range update, done together on the next turn.

@@ -8,7 +8,7 @@
 // and the next piece completes it, so the line is stamped once and logged
 // once, when complete; an escape sequence cut short at the end of an open
 // piece is held back and finished by the next piece.
-class LineAssembler final {
+class TerminalLines final {
 public:
     struct Piece {
         QString shown;   // what to show now, stamp included

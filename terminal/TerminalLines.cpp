@@ -1,4 +1,4 @@
-#include "terminal/LineAssembler.h"
+#include "terminal/TerminalLines.h"
 
 #include <utility>
 
@@ -12,7 +12,7 @@ constexpr qsizetype kMaxHeldEscape = 256;
 
 } // namespace
 
-LineAssembler::Piece LineAssembler::add(const QString& text, const QString& stamp)
+TerminalLines::Piece TerminalLines::add(const QString& text, const QString& stamp)
 {
     Piece piece{{}, stayOpen && !text.endsWith(u'\n'), {}};
     if (piece.leavesOpen) {
@@ -33,7 +33,7 @@ LineAssembler::Piece LineAssembler::add(const QString& text, const QString& stam
     return piece;
 }
 
-void LineAssembler::reset()
+void TerminalLines::reset()
 {
     openLine = QString();
     heldEscape.clear();
