@@ -175,13 +175,10 @@ void GameSession::onMudConnected()
 void GameSession::onMudDisconnected()
 {
     // A server's last words may lack their line feed; with prompts shown early
-    // they are shown rather than kept for a link that may never come.
-    if (showsPromptsEarly) {
-        idleTimer->stop();
-        const QString last = lineAssembler.showPending();
-        if (!last.isEmpty())
-            emit textReceived(last);
-    }
+    // they end there as a finished line, so they are shown (and seen by the
+    // triggers) now and a later link's text starts on a line of its own.
+    if (showsPromptsEarly)
+        onMudPromptEnded();
     emit disconnected();
 }
 

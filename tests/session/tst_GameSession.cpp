@@ -196,6 +196,10 @@ void tst_GameSession::showsPromptsWithStandardTelnet()
         QTest::qWait(50);
         received += peer->readAll();
         QCOMPARE(received.count("say "), 1);
+        peer->write("Bye"); // last words without a line feed
+        peer->disconnectFromHost();
+        QTRY_VERIFY_WITH_TIMEOUT(!session.isConnected(), 5000);
+        QVERIFY(screen.endsWith("\x1b[0m\nBye"));
     }
 }
 
