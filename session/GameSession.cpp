@@ -1,9 +1,9 @@
 #include "session/GameSession.h"
 
-#include <QColor>
 #include <QMutexLocker>
 
 #include "net/MudConnection.h"
+#include "script/LineHighlight.h"
 #include "script/ScriptEngine.h"
 #include "storage/Storage.h"
 
@@ -20,7 +20,6 @@ GameSession::GameSession(const Character& character, QObject* parent)
     QObject::connect(connection, &MudConnection::msdpVariable, this, &GameSession::onMudMsdpVariable);
     QObject::connect(scriptEngine, &ScriptEngine::commandToSend, this, &GameSession::onScriptCommand);
     QObject::connect(scriptEngine, &ScriptEngine::variableChanged, this, &GameSession::variableUpdated);
-    QObject::connect(scriptEngine, &ScriptEngine::lineHighlight, this, &GameSession::onScriptLineHighlight);
     QObject::connect(scriptEngine, &ScriptEngine::keyBindingsChanged, this, &GameSession::keyBindingsChanged);
 
     Storage* storage = Storage::instance();
@@ -151,18 +150,14 @@ void GameSession::onMudTextReceived(const QString& text)
 void GameSession::onMudMsdpVariable(const QString& name, const QString& value)
 {
     setMsdpVariable(name, value);
+    // The pair is never shown, so a highlight that a trigger asks for here
+    // has no line to land on and is dropped.
     scriptEngine->processGameText(name + QLatin1Char('=') + value);
 }
 
 void GameSession::onScriptCommand(const QString& command)
 {
     connection->sendCommand(command);
-}
-
-void GameSession::onScriptLineHighlight(const QString& line, const QString& color)
-{
-    highlightLines.insert(line);
-    highlightColors.insert(line, color);
 }
 
 QString GameSession::processMudText(const QString& text)
@@ -202,15 +197,11 @@ void GameSession::completeLine(QString line)
     if (line.startsWith(QLatin1Char('>')) || line.startsWith(QLatin1String(">>"))) {
         emit promptReceived(line);
     } else {
-        scriptEngine->processGameText(line);
-
-        // A trigger's highlight is used once, on the line that fired it.
-        if (!highlightLines.isEmpty() && highlightLines.remove(line)) {
-            const QColor color(highlightColors.take(line));
-            line = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';') +
-                   QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue()) +
-                   QLatin1Char('m') + line + QStringLiteral("\x1b[0m");
-        }
+        // A trigger's highlight applies to the line that fired it, once.
+        const ScriptEngine::LineResult result = scriptEngine->processGameText(line);
+        if (result.highlight)
+            line = LineHighlight::apply(line, result.highlightColor,
+                                        isFeatureEnabled(GameFeature::ClientConveniences));
 
         const QString channel = channelDetector.detectChannel(line);
         if (!channel.isEmpty())

@@ -4,7 +4,6 @@
 #include <QMap>
 #include <QMutex>
 #include <QObject>
-#include <QSet>
 #include <QString>
 
 #include "script/ChannelDetector.h"
@@ -70,7 +69,6 @@ public slots:
     void onMudTextReceived(const QString& text);
     void onMudMsdpVariable(const QString& name, const QString& value);
     void onScriptCommand(const QString& command);
-    void onScriptLineHighlight(const QString& line, const QString& color);
 
 private:
     void loadFeatures();
@@ -85,6 +83,4 @@ private:
     QList<GameFeature> enabledFeatures;
     QString lineBuffer;
     QString outputBuffer;
-    QSet<QString> highlightLines;
-    QMap<QString, QString> highlightColors;
 };

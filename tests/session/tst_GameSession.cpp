@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "net/MudConnection.h"
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
@@ -93,9 +94,17 @@ void tst_GameSession::assemblesLinesFromPieces()
     QCOMPARE(prompts.count(), 1);
     QCOMPARE(session.processMudText("\n"), QString("x\n"));
 
-    // A highlight is used once: the same text on the next line stays plain.
-    session.onScriptLineHighlight("plain", "#00ff00");
-    QCOMPARE(session.processMudText("plain\nplain\n"), QString("\x1b[38;2;0;255;0mplain\x1b[0m\nplain\n"));
+    // A highlight asked for by an MSDP pair has no line to land on: once the
+    // trigger stops highlighting, a line of the same text stays plain.
+    Scripts scripts;
+    scripts.triggers = {{"hp", "HP=5", "", "", false, true, true, "#00ff00"}};
+    session.getScriptEngine()->setScripts(scripts);
+    session.onMudMsdpVariable("HP", "5");
+    QCOMPARE(session.processMudText("HP=5\n"), QString("\x1b[38;2;0;255;0mHP=5\x1b[0m\n"));
+    scripts.triggers[0].highlight = false;
+    session.getScriptEngine()->setScripts(scripts);
+    session.onMudMsdpVariable("HP", "5");
+    QCOMPARE(session.processMudText("HP=5\n"), QString("HP=5\n"));
 }
 
 void tst_GameSession::boundsAnEndlessLine()
