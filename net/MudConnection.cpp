@@ -123,6 +123,17 @@ void MudConnection::setTerminalType(const QString& type)
     terminalType = type;
 }
 
+void MudConnection::setStandardTelnet(bool on)
+{
+    standardTelnet = on;
+}
+
+void MudConnection::setWindowSize(int columns, int rows)
+{
+    windowColumns = columns;
+    windowRows = rows;
+}
+
 void MudConnection::onConnected()
 {
     // A command (or a trigger's answer) should leave at once, not wait for

@@ -37,6 +37,16 @@ public:
 
     void setTerminalType(const QString& type);
 
+    // Off (the default): the client reads bytes as Latin-1 and answers only the
+    // few options it announces itself. On: a standard telnet client (UTF-8,
+    // option negotiation, prompts, server echo, compression). Takes effect for
+    // the next bytes received; a link in progress keeps its negotiated state.
+    void setStandardTelnet(bool on);
+    bool isStandardTelnet() const { return standardTelnet; }
+    // The terminal's size in characters, told to the server (NAWS) in standard
+    // mode whenever it changes.
+    void setWindowSize(int columns, int rows);
+
 signals:
     void connected();
     void disconnected();
@@ -45,6 +55,10 @@ signals:
     void textReceived(const QString& text);
     void msdpVariable(const QString& name, const QString& value);
     void connectionLost();
+    // Standard mode only: the server marked the end of a prompt (IAC GA or IAC EOR).
+    void promptEnded();
+    // Standard mode only: the server took over (true) or gave back (false) echoing.
+    void serverEchoChanged(bool serverEchoes);
 
 public slots:
     void onConnected();
@@ -71,4 +85,7 @@ private:
     qint32 autoLoginDelay = 0;
     // Stored only: the client offers TERMINAL-TYPE but never answers SEND.
     QString terminalType;
+    bool standardTelnet = false;
+    int windowColumns = 80;
+    int windowRows = 24;
 };

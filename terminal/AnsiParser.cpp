@@ -101,6 +101,32 @@ QString stripNonSgrSequences(const QString& text)
     return stripped;
 }
 
+// Splits text at its SGR sequences: onText(from, length) for every stretch of
+// text between them, onSgr(parameters) for every sequence, in order.
+template <typename OnText, typename OnSgr>
+void walkSgrSequences(QStringView text, OnText&& onText, OnSgr&& onSgr)
+{
+    const qsizetype size = text.size();
+    qsizetype last = 0;
+    qsizetype pos = text.indexOf(QChar(kEscape));
+    while (pos >= 0 && pos < size) {
+        if (startsControlSequence(text, pos)) {
+            const qsizetype parametersEnd = skipSgrParameters(text, pos + 2);
+            if (parametersEnd < size && text[parametersEnd] == u'm') {
+                if (pos > last)
+                    onText(last, pos - last);
+                onSgr(text.mid(pos + 2, parametersEnd - pos - 2));
+                last = parametersEnd + 1;
+                pos = text.indexOf(QChar(kEscape), last);
+                continue;
+            }
+        }
+        pos = text.indexOf(QChar(kEscape), pos + 1);
+    }
+    if (last < size)
+        onText(last, size - last);
+}
+
 } // namespace
 
 AnsiParser::AnsiParser()
@@ -131,28 +157,13 @@ QList<AnsiParser::FormatRun> AnsiParser::parse(const QString& input)
         runs.append({input, runFormat()});
         return runs;
     }
-
     const QString text = stripNonSgrSequences(input);
-    const QStringView view(text);
-    const qsizetype size = view.size();
-    qsizetype last = 0;
-    qsizetype pos = text.indexOf(QChar(kEscape));
-    while (pos >= 0 && pos < size) {
-        if (startsControlSequence(view, pos)) {
-            const qsizetype parametersEnd = skipSgrParameters(view, pos + 2);
-            if (parametersEnd < size && view[parametersEnd] == u'm') {
-                if (pos > last)
-                    runs.append({text.mid(last, pos - last), runFormat()});
-                applySgrParameters(view.mid(pos + 2, parametersEnd - pos - 2));
-                last = parametersEnd + 1;
-                pos = text.indexOf(QChar(kEscape), last);
-                continue;
-            }
-        }
-        pos = text.indexOf(QChar(kEscape), pos + 1);
-    }
-    if (last < size)
-        runs.append({text.mid(last), runFormat()});
+    walkSgrSequences(
+        text,
+        [&](qsizetype from, qsizetype length) {
+            runs.append({text.mid(from, length), runFormat()});
+        },
+        [this](QStringView parameters) { applySgrParameters(parameters); });
     return runs;
 }
 
@@ -163,25 +174,11 @@ QString AnsiParser::plainText(const QString& input)
     // The same two passes as parse(): other sequences first, then SGR, since
     // removing one can complete the other.
     const QString text = stripNonSgrSequences(input);
-    const QStringView view(text);
-    const qsizetype size = view.size();
     QString plain;
-    plain.reserve(size);
-    qsizetype last = 0;
-    qsizetype pos = text.indexOf(QChar(kEscape));
-    while (pos >= 0 && pos < size) {
-        if (startsControlSequence(view, pos)) {
-            const qsizetype parametersEnd = skipSgrParameters(view, pos + 2);
-            if (parametersEnd < size && view[parametersEnd] == u'm') {
-                plain.append(view.mid(last, pos - last));
-                last = parametersEnd + 1;
-                pos = text.indexOf(QChar(kEscape), last);
-                continue;
-            }
-        }
-        pos = text.indexOf(QChar(kEscape), pos + 1);
-    }
-    plain.append(view.mid(last));
+    plain.reserve(text.size());
+    walkSgrSequences(
+        text, [&](qsizetype from, qsizetype length) { plain.append(QStringView(text).mid(from, length)); },
+        [](QStringView) {});
     return plain;
 }
 

@@ -18,6 +18,7 @@
 #include "terminal/AnsiParser.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/ChannelPanel.h"
+#include "ui/ClientLines.h"
 #include "ui/CommandInput.h"
 #include "ui/FindBar.h"
 #include "ui/GameToolbar.h"
@@ -27,6 +28,12 @@
 #include "ui/SidePanel.h"
 #include "ui/Theme.h"
 #include "ui/TriggerDebugger.h"
+
+namespace {
+
+const QString kFontSizeKey = QStringLiteral("terminal_font_size");
+
+} // namespace
 
 GameScreen::GameScreen(GameSession* session, QWidget* parent)
     : QWidget(parent)
@@ -49,6 +56,8 @@ void GameScreen::setupUi()
 
     terminal = new TerminalWidget(this);
     terminal->setFontFamily(Theme::kMonospaceFamily);
+    // The size the player last chose; setFontSize ignores a stored size out of range.
+    terminal->setFontSize(Storage::instance()->getInt(kFontSizeKey, Theme::kDefaultFontSize));
     terminal->setAccessibleName(tr("Game output"));
     terminal->installEventFilter(this);
 
@@ -143,6 +152,7 @@ void GameScreen::wireSignals()
     connect(session, &GameSession::channelMessage, this, &GameScreen::onChannelMessage);
     connect(session, &GameSession::keyBindingsChanged, this, &GameScreen::onKeyBindingsChanged);
     connect(terminal, &TerminalWidget::frozenChanged, this, &GameScreen::onTerminalFrozenChanged);
+    connect(terminal, &TerminalWidget::fontSizeChanged, this, &GameScreen::onTerminalFontSizeChanged);
     connect(findBar, &FindBar::closed, input, qOverload<>(&QWidget::setFocus));
     connect(input, &CommandInput::submitted, this, &GameScreen::onCommandEntered);
     connect(input, &CommandInput::pageRequested, this, &GameScreen::onPageRequested);
@@ -166,17 +176,44 @@ void GameScreen::wireSignals()
 
 void GameScreen::onSessionConnected()
 {
-    terminal->appendAnsiText(QStringLiteral("\n[CONNECTED]\n"));
+    terminal->appendAnsiText(ClientLines::connected());
     toolbar->setConnected(true);
     emit connectionStateChanged(true);
 }
 
 void GameScreen::onSessionDisconnected()
 {
-    terminal->appendAnsiText(QStringLiteral("\n[DISCONNECTED]\n"));
+    terminal->appendAnsiText(ClientLines::disconnected());
     toolbar->setConnected(false);
     toolbar->offerReconnect(true);
+    onServerEchoChanged(false); // a password prompt ends with its link
     emit connectionStateChanged(false);
+}
+
+void GameScreen::onConnectionError(const QString& message)
+{
+    const Character& character = session->getCharacter();
+    terminal->appendAnsiText(ClientLines::connectionError(character.host, character.port, message));
+    if (!session->isConnected())
+        toolbar->offerReconnect(true);
+}
+
+void GameScreen::onCommandNotSent(const QString& command)
+{
+    terminal->appendAnsiText(ClientLines::commandNotSent(command));
+}
+
+void GameScreen::onServerEchoChanged(bool serverEchoes)
+{
+    // The server shows (or hides) what is typed: a password. It is masked
+    // here and kept out of the output and the history.
+    secretInput = serverEchoes;
+    input->setEchoMode(serverEchoes ? QLineEdit::Password : QLineEdit::Normal);
+}
+
+void GameScreen::onTerminalFontSizeChanged(int size)
+{
+    Storage::instance()->putInt(kFontSizeKey, size);
 }
 
 void GameScreen::onSessionTextReceived(const QString& text)
@@ -253,9 +290,13 @@ void GameScreen::onInputSubmitted()
 
 void GameScreen::onCommandEntered(const QString& line)
 {
+    if (secretInput) {
+        session->sendCommand(line);
+        return;
+    }
     // Shown as typed, in a colour of its own, and never seen by the triggers.
     if (conveniencesEnabled())
-        terminal->appendAnsiText(Theme::ansiColored(Theme::kEchoColor, line) + QLatin1Char('\n'));
+        terminal->appendAnsiText(ClientLines::commandEcho(line));
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
     history.record(line);
@@ -274,15 +315,13 @@ void GameScreen::onCompletionRequested()
 void GameScreen::onLuaError(const QString& message)
 {
     if (conveniencesEnabled())
-        terminal->appendAnsiText(
-            Theme::ansiColored(Theme::kErrorColor, QStringLiteral("[Lua error] ") + message) +
-            QLatin1Char('\n'));
+        terminal->appendAnsiText(ClientLines::luaError(message));
 }
 
 void GameScreen::onEchoText(const QString& text)
 {
     if (conveniencesEnabled())
-        terminal->appendAnsiText(text.endsWith(QLatin1Char('\n')) ? text : text + QLatin1Char('\n'));
+        terminal->appendAnsiText(ClientLines::scriptEcho(text));
 }
 
 bool GameScreen::conveniencesEnabled() const

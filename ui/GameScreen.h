@@ -61,6 +61,9 @@ public slots:
     void onKeyBindingsChanged(const QList<KeyBinding>& bindings);
     void onTerminalFrozenChanged(bool frozen);
     void onInputSubmitted();
+    void onConnectionError(const QString& message);
+    void onCommandNotSent(const QString& command);
+    void onServerEchoChanged(bool serverEchoes);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -78,6 +81,7 @@ private:
     void onLuaError(const QString& message);
     void onEchoText(const QString& text);
     bool conveniencesEnabled() const;
+    void onTerminalFontSizeChanged(int size);
     void openSettings();
     void openScriptEditor(const QString& tab);
 
@@ -88,6 +92,8 @@ private:
     // The screen's own shortcuts; a player's key binding on the same keys wins.
     QList<QShortcut*> screenShortcuts;
     bool highlightPending = false;
+    // While the server echoes, typed lines are secrets (passwords).
+    bool secretInput = false;
 
     TerminalWidget* terminal = nullptr;
     CommandInput* input = nullptr;

@@ -61,7 +61,7 @@ class tst_GameScreen : public QObject {
 
 private slots:
     void init();
-    void historyIsKeptPerCharacter();
+    void historyAndFontSizeSurvive();
     void msdpReachesBarsAndLabels();
     void keysOnTheShownScreen();
     void channelLinesArePlain_data();
@@ -86,7 +86,7 @@ void tst_GameScreen::init()
     hero = Character{"Hero", "", "127.0.0.1", server->serverPort(), ""};
 }
 
-void tst_GameScreen::historyIsKeptPerCharacter()
+void tst_GameScreen::historyAndFontSizeSurvive()
 {
     GameSession session(hero, nullptr);
     {
@@ -113,8 +113,12 @@ void tst_GameScreen::historyIsKeptPerCharacter()
             input->setText(QString("cmd%1").arg(i));
             QTest::keyClick(input, Qt::Key_Return);
         }
+        screen.getTerminal()->setFontSize(14);
     }
-    const QStringList history = GameScreen(&session, nullptr).getHistory();
+    GameScreen again(&session, nullptr);
+    QCOMPARE(again.getTerminal()->getFontSize(), 14);
+    again.getTerminal()->setFontSize(Theme::kDefaultFontSize);
+    const QStringList history = again.getHistory();
     QCOMPARE(history.size(), 200);
     QCOMPARE(history.first(), "cmd200");
     QCOMPARE(history.last(), "cmd1");
