@@ -1,8 +1,7 @@
 #include "script/ScriptEngine.h"
 
+#include <QRegularExpression>
 #include <QTimer>
-
-#include <algorithm>
 
 namespace {
 
@@ -27,7 +26,7 @@ ScriptEngine::~ScriptEngine() = default;
 void ScriptEngine::setScripts(const Scripts& scripts)
 {
     m_scripts = scripts;
-    prepareTriggers();
+    m_triggers.setTriggers(m_scripts.triggers);
 
     for (QTimer* timer : std::as_const(m_timers)) {
         timer->stop();
@@ -45,82 +44,6 @@ void ScriptEngine::setScripts(const Scripts& scripts)
     emit keyBindingsChanged(m_scripts.keyBindings);
 }
 
-void ScriptEngine::prepareTriggers()
-{
-    m_preparedTriggers.clear();
-    for (qsizetype i = 0; i < m_scripts.triggers.size(); ++i) {
-        const Trigger& trigger = m_scripts.triggers.at(i);
-        if (!trigger.enabled)
-            continue;
-        PreparedTrigger prepared;
-        prepared.index = i;
-        prepared.regex = trigger.regex;
-        if (trigger.regex) {
-            prepared.expression.setPattern(trigger.pattern);
-            // A pattern that does not compile never matches; leave it out.
-            if (!prepared.expression.isValid())
-                continue;
-            prepared.expression.optimize();
-        } else if (trigger.pattern.isEmpty()) {
-            prepared.matchesEverything = true;
-        } else {
-            prepared.plain = QStringMatcher(trigger.pattern, Qt::CaseInsensitive);
-        }
-        m_preparedTriggers.push_back(std::move(prepared));
-    }
-    prepareCombinedRegex();
-}
-
-namespace {
-
-// Patterns that refer to groups by number or to themselves would change
-// meaning inside a larger alternation; they are always matched on their own.
-bool canShareAlternation(const QString& pattern)
-{
-    static const QRegularExpression groupReference(
-        QStringLiteral(R"(\\[1-9gkK]|\(\?(P[=>]|&|R|\(|[+-]?\d))"));
-    return !groupReference.match(pattern).hasMatch();
-}
-
-} // namespace
-
-void ScriptEngine::prepareCombinedRegex()
-{
-    QStringList alternatives;
-    for (PreparedTrigger& prepared : m_preparedTriggers) {
-        prepared.inCombinedRegex = prepared.regex && canShareAlternation(prepared.expression.pattern());
-        if (prepared.inCombinedRegex)
-            alternatives << QStringLiteral("(?:") + prepared.expression.pattern() + QLatin1Char(')');
-    }
-    m_combinedRegex.setPattern(alternatives.join(QLatin1Char('|')));
-    m_useCombinedRegex = alternatives.size() > 1 && m_combinedRegex.isValid();
-    if (m_useCombinedRegex) {
-        m_combinedRegex.optimize();
-    } else {
-        for (PreparedTrigger& prepared : m_preparedTriggers)
-            prepared.inCombinedRegex = false;
-    }
-
-    QStringList phrases;
-    for (PreparedTrigger& prepared : m_preparedTriggers) {
-        const QString& text = m_scripts.triggers.at(prepared.index).pattern;
-        prepared.inCombinedPlain =
-            !prepared.regex && !prepared.matchesEverything &&
-            std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 128; });
-        if (prepared.inCombinedPlain)
-            phrases << QRegularExpression::escape(text);
-    }
-    m_combinedPlain =
-        QRegularExpression(phrases.join(QLatin1Char('|')), QRegularExpression::CaseInsensitiveOption);
-    m_useCombinedPlain = phrases.size() > 1 && m_combinedPlain.isValid();
-    if (m_useCombinedPlain) {
-        m_combinedPlain.optimize();
-    } else {
-        for (PreparedTrigger& prepared : m_preparedTriggers)
-            prepared.inCombinedPlain = false;
-    }
-}
-
 void ScriptEngine::processInput(const QString& input)
 {
     const QString typed = input.trimmed();
@@ -136,52 +59,25 @@ void ScriptEngine::processInput(const QString& input)
     emit commandToSend(input);
 }
 
-void ScriptEngine::processGameText(const QString& text)
+ScriptEngine::LineResult ScriptEngine::processGameText(const QString& text)
 {
-    checkTriggers(text);
+    return checkTriggers(text);
 }
 
-void ScriptEngine::checkTriggers(const QString& line)
+ScriptEngine::LineResult ScriptEngine::checkTriggers(const QString& line)
 {
-    // Lines from the connection are always valid UTF-16; skipping the check
-    // saves a scan of the line for every pattern.
-    const QRegularExpression::MatchOptions options =
-        line.isValidUtf16() ? QRegularExpression::DontCheckSubjectStringMatchOption
-                            : QRegularExpression::NoMatchOption;
-    const bool combinedMissed =
-        m_useCombinedRegex &&
-        !m_combinedRegex.match(line, 0, QRegularExpression::NormalMatch, options).hasMatch();
-    const bool plainMissed =
-        m_useCombinedPlain &&
-        !m_combinedPlain.match(line, 0, QRegularExpression::NormalMatch, options).hasMatch();
+    const TriggerMatcher::Match match = m_triggers.firstMatch(line);
+    if (!match.found())
+        return {};
 
-    for (const PreparedTrigger& prepared : m_preparedTriggers) {
-        QStringList matches;
-        if (prepared.regex) {
-            if (combinedMissed && prepared.inCombinedRegex)
-                continue;
-            const QRegularExpressionMatch match =
-                prepared.expression.match(line, 0, QRegularExpression::NormalMatch, options);
-            if (!match.hasMatch())
-                continue;
-            matches = match.capturedTexts();
-        } else {
-            if (plainMissed && prepared.inCombinedPlain)
-                continue;
-            if (!prepared.matchesEverything && prepared.plain.indexIn(line) < 0)
-                continue;
-            matches = QStringList{line};
-        }
-
-        // Only the first matching trigger fires. Copy it before emitting,
-        // since a receiver may call setScripts and drop the list under us.
-        const Trigger trigger = m_scripts.triggers.at(prepared.index);
-        emit triggerFired(trigger.name, line, trigger.commands);
-        if (trigger.highlight)
-            emit lineHighlight(line, trigger.highlightColor);
-        executeCommands(trigger.commands, line, matches);
-        return;
-    }
+    // Only the first matching trigger fires. Copy it before emitting, since
+    // a receiver may call setScripts and drop the list under us.
+    const Trigger trigger = m_scripts.triggers.at(match.index);
+    emit triggerFired(trigger.name, line, trigger.commands);
+    if (trigger.highlight)
+        emit lineHighlight(line, trigger.highlightColor);
+    executeCommands(trigger.commands, line, match.captures);
+    return {trigger.highlight, trigger.highlightColor};
 }
 
 void ScriptEngine::executeCommands(const QString& commands, const QString& matchText,

@@ -3,16 +3,14 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
-#include <QRegularExpression>
 #include <QString>
 #include <QStringList>
-#include <QStringMatcher>
 
 #include <functional>
-#include <vector>
 
 #include "lua/LuaEngine.h"
 #include "script/CommandProcessor.h"
+#include "script/TriggerMatcher.h"
 #include "storage/Scripts.h"
 
 class QTimer;
@@ -27,6 +25,14 @@ class ScriptEngine : public QObject {
 public:
     using MsdpLookup = std::function<QString(const QString&)>;
 
+    // What the triggers made of one line, for whoever shows it: the highlight
+    // comes back here rather than through a signal and a table of pending
+    // lines, so it lands on this line and on no other.
+    struct LineResult {
+        bool highlight = false;
+        QString highlightColor;
+    };
+
     explicit ScriptEngine(QObject* parent = nullptr);
     ~ScriptEngine() override;
 
@@ -34,8 +40,8 @@ public:
     const Scripts& scripts() const { return m_scripts; }
 
     void processInput(const QString& input);
-    void processGameText(const QString& text);
-    void checkTriggers(const QString& line);
+    LineResult processGameText(const QString& text);
+    LineResult checkTriggers(const QString& line);
     void executeCommands(const QString& commands, const QString& matchText, const QStringList& matches);
 
     void startTimer(const Timer& timer);
@@ -74,34 +80,12 @@ public slots:
     void onTimerElapsed();
 
 private:
-    // An enabled trigger prepared once per setScripts, so a line costs a
-    // search per trigger and no pattern compilation.
-    struct PreparedTrigger {
-        qsizetype index = 0;
-        bool regex = false;
-        bool matchesEverything = false;
-        bool inCombinedRegex = false;
-        bool inCombinedPlain = false;
-        QStringMatcher plain;
-        QRegularExpression expression;
-    };
-
-    void prepareTriggers();
-    void prepareCombinedRegex();
     void setupLuaCallbacks();
     void runLuaCall(const QString& call, const QString& matchText);
 
     Scripts m_scripts;
-    std::vector<PreparedTrigger> m_preparedTriggers;
-    // One alternation of every regex trigger that can safely share it (see
-    // prepareTriggers): when it fails on a line, none of those triggers can
-    // match, and the line costs one search instead of one per trigger.
-    QRegularExpression m_combinedRegex;
-    bool m_useCombinedRegex = false;
-    // The same for plain triggers whose text is ASCII, where ignoring case
-    // means the same to the expression engine as to a plain search.
-    QRegularExpression m_combinedPlain;
-    bool m_useCombinedPlain = false;
+    // Compiled once per setScripts, so a line costs no pattern compilation.
+    TriggerMatcher m_triggers;
     QMap<QString, QTimer*> m_timers;
     MsdpLookup m_msdpCallback;
     CommandProcessor m_processor;

@@ -1,12 +1,12 @@
 #include "session/GameSession.h"
 
-#include <QColor>
 #include <QMutexLocker>
 #include <QTimer>
 
 #include <limits>
 
 #include "net/MudConnection.h"
+#include "script/LineHighlight.h"
 #include "script/ScriptEngine.h"
 #include "storage/Storage.h"
 
@@ -30,7 +30,6 @@ GameSession::GameSession(const Character& character, QObject* parent, Storage* s
     QObject::connect(idleTimer, &QTimer::timeout, this, &GameSession::onIdleTimer);
     QObject::connect(scriptEngine, &ScriptEngine::commandToSend, this, &GameSession::onScriptCommand);
     QObject::connect(scriptEngine, &ScriptEngine::variableChanged, this, &GameSession::variableUpdated);
-    QObject::connect(scriptEngine, &ScriptEngine::lineHighlight, this, &GameSession::onScriptLineHighlight);
     QObject::connect(scriptEngine, &ScriptEngine::keyBindingsChanged, this, &GameSession::keyBindingsChanged);
 
     const Scripts scripts = storage->getScripts(character);
@@ -196,24 +195,15 @@ void GameSession::onMudMsdpVariable(const QString& name, const QString& value)
 {
     if (!setMsdpVariable(name, value))
         return;
+    // The pair is never shown, so a highlight that a trigger asks for here
+    // has no line to land on and is dropped.
     scriptEngine->processGameText(name + QLatin1Char('=') + value);
-    // The pair is never shown, so a highlight asked for here has no line.
-    dropPendingHighlights();
 }
 
 int GameSession::droppedMsdpCount() const
 {
     QMutexLocker locker(&msdpMutex);
     return droppedMsdpUpdates;
-}
-
-void GameSession::dropPendingHighlights()
-{
-    // Highlights are asked for while one text runs past the triggers and are
-    // for that text alone; whatever it did not use goes, so a server that
-    // never sends the line cannot pile them up.
-    highlightLines.clear();
-    highlightColors.clear();
 }
 
 void GameSession::onScriptCommand(const QString& command)
@@ -224,12 +214,6 @@ void GameSession::onScriptCommand(const QString& command)
         return;
     }
     connection->sendCommand(command);
-}
-
-void GameSession::onScriptLineHighlight(const QString& line, const QString& color)
-{
-    highlightLines.insert(line);
-    highlightColors.insert(line, color);
 }
 
 QString GameSession::processMudText(const QString& text)
@@ -266,12 +250,10 @@ namespace {
 // The colour goes around the text but never after a CR that ends it: the
 // terminal would take a CR that is not right before the line feed as a line
 // break of its own, and every highlighted line would gain an empty one.
-QString highlighted(const QString& text, const QColor& color)
+QString highlighted(const QString& text, const QString& color, bool wholeVisibleLine)
 {
     const bool endsWithCr = text.endsWith(QLatin1Char('\r'));
-    QString result = QStringLiteral("\x1b[38;2;") + QString::number(color.red()) + QLatin1Char(';') +
-                     QString::number(color.green()) + QLatin1Char(';') + QString::number(color.blue()) +
-                     QLatin1Char('m') + text.chopped(endsWithCr ? 1 : 0) + QStringLiteral("\x1b[0m");
+    QString result = LineHighlight::apply(text.chopped(endsWithCr ? 1 : 0), color, wholeVisibleLine);
     if (endsWithCr)
         result += QLatin1Char('\r');
     return result;
@@ -287,17 +269,15 @@ void GameSession::completeLine(const ServerLineAssembler::Line& line, bool ended
     if (line.text.startsWith(QLatin1Char('>')) || line.text.startsWith(QLatin1String(">>"))) {
         emit promptReceived(line.text);
     } else {
-        scriptEngine->processGameText(line.text);
-
-        // A trigger's highlight is used once, on the line that fired it.
+        // A trigger's highlight applies to the line that fired it, once.
+        const ScriptEngine::LineResult result = scriptEngine->processGameText(line.text);
         QString channelLine = line.text;
-        if (!highlightLines.isEmpty() && highlightLines.remove(line.text)) {
-            const QColor color(highlightColors.take(line.text));
-            channelLine = highlighted(line.text, color);
+        if (result.highlight) {
+            const bool whole = isFeatureEnabled(GameFeature::ClientConveniences);
+            channelLine = highlighted(line.text, result.highlightColor, whole);
             // Text already on screen keeps its colours; the rest takes the highlight.
-            rest = line.shown ? highlighted(rest, color) : channelLine;
+            rest = line.shown ? highlighted(rest, result.highlightColor, whole) : channelLine;
         }
-        dropPendingHighlights();
         const QString channel = channelDetector.detectChannel(channelLine);
         if (!channel.isEmpty())
             emit channelMessage(channel, channelLine);

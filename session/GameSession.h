@@ -5,7 +5,6 @@
 #include <QMap>
 #include <QMutex>
 #include <QObject>
-#include <QSet>
 #include <QString>
 
 #include "script/ChannelDetector.h"
@@ -95,14 +94,12 @@ public slots:
     void onMudTextReceived(const QString& text);
     void onMudMsdpVariable(const QString& name, const QString& value);
     void onScriptCommand(const QString& command);
-    void onScriptLineHighlight(const QString& line, const QString& color);
     void onMudPromptEnded();
     void onIdleTimer();
 
 private:
     void loadFeatures();
     void applyFeatures();
-    void dropPendingHighlights();
     void completeLine(const ServerLineAssembler::Line& line, bool endedByLineFeed);
 
     Character character;
@@ -119,6 +116,4 @@ private:
     QString outputBuffer;
     bool showsPromptsEarly = false;
     QElapsedTimer sinceText;
-    QSet<QString> highlightLines;
-    QMap<QString, QString> highlightColors;
 };

@@ -23,8 +23,6 @@ class tst_ScriptEngine : public QObject {
 private slots:
     void aliasesAndKeyBindings();
     void firstMatchingTriggerFires();
-    void triggersAgreeWithTheirCombinedSearch_data();
-    void triggersAgreeWithTheirCombinedSearch();
     void commandBlocksAndLuaCalls();
     void timers();
 };
@@ -86,61 +84,6 @@ void tst_ScriptEngine::firstMatchingTriggerFires()
     QCOMPARE(fired.size(), 3);
     QCOMPARE(fired.at(1).at(0).toString(), QString("all"));
     QCOMPARE(fired.at(2).at(0).toString(), QString("all"));
-}
-
-// Triggers are first tried as one alternation per kind; every trigger must
-// still fire exactly as it would on its own.
-void tst_ScriptEngine::triggersAgreeWithTheirCombinedSearch_data()
-{
-    QTest::addColumn<bool>("regex");
-    QTest::addColumn<QStringList>("patterns");
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("fired");
-
-    // The first pattern's own group shifts the numbers the second one uses.
-    QTest::newRow("back reference") << true << QStringList{"(o)rc", "(\\w)\\1"} << "a book"
-                                    << "1";
-    QTest::newRow("group number in a condition") << true << QStringList{"(x)y", "(a)?(?(1)b|c)d"} << "abd"
-                                                 << "1";
-    QTest::newRow("none matches") << true << QStringList{"orc", "troll", "(\\d+) gold"} << "You see a rat."
-                                  << "";
-    QTest::newRow("list order wins") << true << QStringList{"rat", "^You"} << "You see a rat."
-                                     << "0";
-    QTest::newRow("inline option stays local") << true << QStringList{"(?i)RAT", "^you"} << "you see a Rat"
-                                               << "0";
-    QTest::newRow("invalid pattern is skipped") << true << QStringList{"(", "gold"} << "10 gold"
-                                                << "1";
-    QTest::newRow("plain ignores case") << false << QStringList{"HUNGRY", "orc"} << "You are hungry."
-                                        << "0";
-    QTest::newRow("plain text is not a pattern") << false << QStringList{"troll", "a.b"} << "axb"
-                                                 << "";
-    QTest::newRow("plain special characters") << false << QStringList{"troll", "a.b"} << "see a.b"
-                                              << "1";
-    QTest::newRow("plain non-ASCII checked alone")
-        << false << QStringList{"Ærø", "orc", "troll"} << "ÆRØ here"
-        << "0";
-}
-
-void tst_ScriptEngine::triggersAgreeWithTheirCombinedSearch()
-{
-    QFETCH(bool, regex);
-    QFETCH(QStringList, patterns);
-    QFETCH(QString, line);
-    QFETCH(QString, fired);
-
-    ScriptEngine engine(nullptr);
-    Scripts scripts;
-    for (int i = 0; i < patterns.size(); ++i) {
-        Trigger trigger;
-        trigger.name = QString::number(i);
-        trigger.pattern = patterns[i];
-        trigger.regex = regex;
-        scripts.triggers.append(trigger);
-    }
-    engine.setScripts(scripts);
-    QSignalSpy spy(&engine, &ScriptEngine::triggerFired);
-    engine.processGameText(line);
-    QCOMPARE(spy.isEmpty() ? QString() : spy.first().at(0).toString(), fired);
 }
 
 void tst_ScriptEngine::commandBlocksAndLuaCalls()

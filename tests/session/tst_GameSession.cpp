@@ -236,6 +236,17 @@ void tst_GameSession::boundsTheMsdpTable()
     QTest::qWait(50);
     received += peer->readAll();
     QCOMPARE(received.count("say pair"), GameSession::kMaxMsdpVariables + 1);
+
+    // A highlight asked for by an MSDP pair has no line to land on: once the
+    // trigger stops highlighting, a line of the same text stays plain.
+    scripts.triggers = {{"hp", "HP=5", "", "", false, true, true, "#00ff00"}};
+    session.getScriptEngine()->setScripts(scripts);
+    session.onMudMsdpVariable("HP", "5");
+    QCOMPARE(session.processMudText("HP=5\n"), QString("\x1b[38;2;0;255;0mHP=5\x1b[0m\n"));
+    scripts.triggers[0].highlight = false;
+    session.getScriptEngine()->setScripts(scripts);
+    session.onMudMsdpVariable("HP", "5");
+    QCOMPARE(session.processMudText("HP=5\n"), QString("HP=5\n"));
 }
 
 void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory_data()
