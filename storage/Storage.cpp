@@ -24,8 +24,11 @@ const QString kChannelsPrefix = QStringLiteral("custom_channels");
 const QString kFeaturesPrefix = QStringLiteral("features");
 const QString kUiKey = QStringLiteral("ui");
 
-// Longest folder name used as it is; file systems allow 255 bytes.
-constexpr qsizetype kMaxFolderName = 120;
+// Longest folder name used as it is, in UTF-8 bytes; file systems allow 255.
+// A name that had to be made safe keeps this many characters (at most three
+// bytes each) before its hash.
+constexpr qsizetype kMaxFolderNameBytes = 200;
+constexpr qsizetype kKeptCharacters = 60;
 
 bool isControl(QChar c)
 {
@@ -45,10 +48,10 @@ bool unsafeInPath(QChar c)
 // Every ordinary key is used unchanged.
 QString scriptFolderName(const QString& key)
 {
-    if (!key.isEmpty() && key.size() <= kMaxFolderName &&
+    if (!key.isEmpty() && key.toUtf8().size() <= kMaxFolderNameBytes &&
         std::none_of(key.cbegin(), key.cend(), unsafeInPath))
         return key;
-    QString safe = key.left(kMaxFolderName);
+    QString safe = key.left(kKeptCharacters);
     std::replace_if(safe.begin(), safe.end(), unsafeInPath, u'_');
     const QByteArray hash = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
     return safe + QLatin1Char('-') + QString::fromLatin1(hash.left(12));

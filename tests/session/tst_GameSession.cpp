@@ -254,7 +254,7 @@ void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory_data()
                                            << "h";
     QTest::newRow("line break would make code") << "x\nos.exit(1)"
                                                 << "h\r\nos.exit(2)";
-    QTest::newRow("longer than a file name") << QString(300, 'n') << "h";
+    QTest::newRow("longer than a file name") << QString(130, QChar(0x00e9)) << "h";
 }
 
 void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory()
