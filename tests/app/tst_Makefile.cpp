@@ -43,8 +43,19 @@ struct Run {
     QString output;
 };
 
+// The environment of a make run from scratch: when this test itself runs under
+// `make test BUILD_DIR=…`, make exports that choice in MAKEFLAGS, and a nested
+// make would quietly use the caller's build folder instead of its default one.
+QProcessEnvironment freshEnvironment()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"MAKEFLAGS", "MFLAGS", "MAKELEVEL", "MAKEOVERRIDES"})
+        environment.remove(name);
+    return environment;
+}
+
 Run run(const QString& program, const QStringList& arguments, const QString& dir,
-        const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
+        const QProcessEnvironment& environment = freshEnvironment())
 {
     QProcess process;
     process.setWorkingDirectory(dir);
@@ -97,7 +108,7 @@ void tst_Makefile::installOutputIsShortUnlessItFails()
               "#!/bin/sh\nfor i in $(seq 200); do echo \"apt line $i\"; echo \"dpkg line $i\" >&2; done\n"
               "exit ${FAKE_APT_STATUS:-0}\n",
               true);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment = freshEnvironment();
     environment.insert("PATH", fakeBin.path() + ':' + environment.value("PATH"));
     environment.insert("FAKE_APT_STATUS", aptFails ? "100" : "0");
 

@@ -283,7 +283,13 @@ void tst_StandardTelnetParser::decompressionBombStaysBounded()
     }
     QCOMPARE(recorder.textSize, qsizetype(1) << 30);
     QVERIFY(turns >= (qint64(1) << 30) / StandardTelnetParser::kInflateBudget);
+#ifndef __SANITIZE_ADDRESS__
+    // AddressSanitizer keeps freed blocks in quarantine (256 MB by default), so
+    // the peak says nothing about the parser there; the budget check above does.
     QVERIFY2(peakResidentKiB() - peakBefore < 32 * 1024, qPrintable(QString::number(peakResidentKiB())));
+#else
+    Q_UNUSED(peakBefore)
+#endif
 }
 
 void tst_StandardTelnetParser::hostileRepetitionGetsBoundedAnswers()
