@@ -232,13 +232,17 @@ void slowDrip(Out& out)
     }
 }
 
-void resetMidLine(Out& out)
+// The link breaks inside a line and inside a colour escape; with
+// `inSubnegotiation` also inside an MSDP sub-negotiation.
+void resetLink(Out& out, bool inSubnegotiation)
 {
     for (int i = 0; i < 10; ++i)
         out.put("A line before the reset " + std::to_string(i) + "\r\n");
     out.put("a line the reset cuts \x1b[1;3");
-    out.put({IAC, SB, kMsdp, 1});
-    out.put("HALF");
+    if (inSubnegotiation) {
+        out.put({IAC, SB, kMsdp, 1});
+        out.put("HALF");
+    }
     out.flush();
     // Let the client take it all in first: a reset before it has seen the
     // link come up only makes it try the connection again.
@@ -248,6 +252,19 @@ void resetMidLine(Out& out)
     close(out.fd);
     out.fd = -1;
     out.broken = true;
+}
+
+void resetMidLine(Out& out)
+{
+    resetLink(out, false);
+}
+
+// Only played with standard telnet: the default parser keeps its state from
+// one link to the next by design, so there a sub-negotiation cut by a reset
+// swallows the next link's text until an IAC SE arrives.
+void resetMidSubnegotiation(Out& out)
+{
+    resetLink(out, true);
 }
 
 void backtracking(Out& out)
@@ -367,6 +384,7 @@ int main(int argc, char** argv)
         {"msdp-highlight", msdpHighlighted},
         {"drip", slowDrip},
         {"reset", resetMidLine},
+        {"reset-sb", resetMidSubnegotiation},
         {"backtrack", backtracking},
         {"mccp-bomb", mccpBomb},
         {"mccp-corrupt", mccpCorrupt},
@@ -420,7 +438,7 @@ int main(int argc, char** argv)
         if (link == 0 && cycles == 0)
             std::printf("payload sent\n");
         std::fflush(stdout);
-        if (name != "reset" || link > 0) {
+        if (name.rfind("reset", 0) != 0 || link > 0) {
             drainUntilClosed(fd);
             close(fd);
         }

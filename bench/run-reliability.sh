@@ -45,13 +45,14 @@ cases=(
   "msdp-names|plain|2 M distinct MSDP variable names|MSDP table cap"
   "msdp-highlight|plain|2 M MSDP updates with a highlighting trigger on the name|pending highlights dropped"
   "drip|plain|a coloured line one byte per 10 ms for 5 s|none needed"
-  "reset|plain|text, then a connection reset inside a line, a CSI and an MSDP sub-negotiation; the check comes on a new link|parser and line state reset on connect"
+  "reset|plain|text, then a connection reset inside a line and a CSI; the check comes on a new link|the line cut by the reset ends with the next link's first line feed"
   "cycles|plain|200 links of 50 lines and an MSDP update, each closed by the client|state released on disconnect"
   "backtrack|plain|20 lines that make the trigger ^(\w+\s?)*\$ backtrack|regex match limit"
   "mccp-bomb|standard|MCCP2 stream inflating 1 MB into 1 GB of zero bytes|inflated bytes per turn"
   "mccp-corrupt|standard|MCCP2 start, then 64 KiB of corrupt deflate data|stream error ends compression or the link"
   "utf8-split|standard|UTF-8 with invalid sequences, one byte per write, then 20 k lines of it|decoder keeps state across reads"
   "ga-prompts|standard|1 M prompts ended by IAC GA without a line feed|prompt lines go through the pending-line cut"
+  "reset-sb|standard|text, then a connection reset inside a line, a CSI and an MSDP sub-negotiation; the check comes on a new link|telnet state starts afresh on each link"
   "window-requests|standard|1 M × (DO NAWS, DO TTYPE, SB TTYPE SEND)|answers only on a change of state"
 )
 

@@ -1,8 +1,10 @@
 #include "net/MudConnection.h"
 
+#include <QElapsedTimer>
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -11,10 +13,15 @@ const QString kDefaultTerminalType = QStringLiteral("Olvex-Desktop");
 constexpr int kDefaultAutoLoginDelayMs = 1000;
 const QByteArray kLineEnding = QByteArrayLiteral("\r\n");
 const QByteArray kKeepalive = QByteArrayLiteral("\xFF\xF1"); // IAC NOP
-// Everything the socket holds is parsed in one go, on the UI thread. Bounding
-// what it may hold keeps a multi-megabyte burst from freezing the window: the
-// rest waits in the kernel (and TCP slows the server) until the next turn.
+// Text is parsed on the UI thread. Bounding what the socket may hold keeps a
+// multi-megabyte burst from freezing the window: the rest waits in the kernel
+// (and TCP slows the server) until a later turn.
 constexpr qint64 kReadBufferBytes = 64 * 1024;
+// What one turn may cost. Text that sets off a lot of work per byte (a
+// stream of bare prompts, each a line of its own on screen) is read in
+// smaller pieces, so the window stays responsive whatever the server sends.
+constexpr qint64 kReadTurnTargetNs = 20 * 1000 * 1000;
+constexpr qint64 kMinReadChunkBytes = 512;
 
 } // namespace
 
@@ -25,7 +32,8 @@ MudConnection::MudConnection(QObject* parent)
     , autoLoginTimer(new QTimer(this))
     , autoLoginDelay(kDefaultAutoLoginDelayMs)
     , terminalType(kDefaultTerminalType)
-    , inflateTimer(new QTimer(this))
+    , readTurnTimer(new QTimer(this))
+    , readChunkBytes(kReadBufferBytes)
 {
     socket->setReadBufferSize(kReadBufferBytes);
     setupConnections();
@@ -42,9 +50,9 @@ void MudConnection::setupConnections()
     keepaliveTimer->setInterval(kKeepaliveIntervalMs);
     connect(autoLoginTimer, &QTimer::timeout, this, &MudConnection::onAutoLoginTimer);
     autoLoginTimer->setSingleShot(true);
-    connect(inflateTimer, &QTimer::timeout, this, &MudConnection::onInflateTurn);
-    inflateTimer->setSingleShot(true);
-    inflateTimer->setInterval(0);
+    connect(readTurnTimer, &QTimer::timeout, this, &MudConnection::onReadTurn);
+    readTurnTimer->setSingleShot(true);
+    readTurnTimer->setInterval(0);
 
     parser.onText = [this](const QString& character) {
         emit textReceived(character);
@@ -87,7 +95,7 @@ void MudConnection::setupStandardParser()
         writeAndFlush(bytes);
     };
     standardParser.onError = [this](const QString& message) {
-        inflateTimer->stop();
+        readTurnTimer->stop();
         emit error(message);
         socket->abort();
     };
@@ -103,7 +111,7 @@ void MudConnection::connectToServer(const QString& host, int port)
         if (socket->state() != QAbstractSocket::UnconnectedState)
             socket->abort();
     }
-    inflateTimer->stop(); // the old link's output is of no interest any more
+    readTurnTimer->stop(); // the old link's output is of no interest any more
     this->host = host;
     this->port = port;
     socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
@@ -166,7 +174,7 @@ void MudConnection::setStandardTelnet(bool on)
         if (isConnected())
             standardParser.reset();
     } else {
-        inflateTimer->stop();
+        readTurnTimer->stop();
         if (std::exchange(serverEchoes, false))
             emit serverEchoChanged(false);
     }
@@ -198,9 +206,14 @@ void MudConnection::onConnected()
 
 void MudConnection::onDisconnected()
 {
+    // The last words of a server that hangs up are still in the socket's
+    // buffer (at most one buffer's worth): show them before the link ends.
+    // (Behind inflated output that still waits they cannot be read.)
+    if (!inflationPending())
+        parseBytes(socket->readAll());
     keepaliveTimer->stop();
     autoLoginTimer->stop();
-    inflateTimer->stop();
+    readTurnTimer->stop();
     // Whoever masked the input for the server's echo must unmask it now.
     if (std::exchange(serverEchoes, false))
         emit serverEchoChanged(false);
@@ -209,30 +222,64 @@ void MudConnection::onDisconnected()
 
 void MudConnection::onReadyRead()
 {
-    if (standardTelnet)
-        readStandard();
-    else
-        parser.parse(socket->readAll());
-}
-
-void MudConnection::readStandard()
-{
-    // While inflated output is still waiting, new bytes stay in the socket
-    // (whose buffer is bounded, so TCP slows the server down).
-    if (standardParser.hasPendingInput())
+    // A turn already scheduled reads what has come in; and while inflated
+    // output is still waiting, new bytes stay in the socket (whose buffer is
+    // bounded, so TCP slows the server down).
+    if (readTurnTimer->isActive() || inflationPending())
         return;
-    standardParser.parse(socket->readAll());
-    if (standardParser.hasPendingInput())
-        inflateTimer->start();
+    readChunk();
 }
 
-void MudConnection::onInflateTurn()
+bool MudConnection::inflationPending() const
 {
-    standardParser.resume();
-    if (standardParser.hasPendingInput())
-        inflateTimer->start();
-    else if (socket->bytesAvailable() > 0)
-        readStandard();
+    return standardTelnet && standardParser.hasPendingInput();
+}
+
+void MudConnection::parseBytes(const QByteArray& bytes)
+{
+    if (standardTelnet)
+        standardParser.parse(bytes);
+    else
+        parser.parse(bytes);
+}
+
+void MudConnection::readChunk()
+{
+    QElapsedTimer clock;
+    clock.start();
+    const QByteArray bytes = socket->read(readChunkBytes);
+    const bool fullChunk = bytes.size() == readChunkBytes;
+    parseBytes(bytes);
+    adaptReadChunk(clock.nsecsElapsed(), fullChunk);
+    scheduleReadTurn();
+}
+
+void MudConnection::adaptReadChunk(qint64 elapsedNs, bool fullChunk)
+{
+    // Aim the next chunk at the turn's target from what this one cost: shrink
+    // at once when a chunk ran long, grow (at most twice as large) only after
+    // a full chunk was cheap, so a short quiet read proves nothing.
+    const qint64 fitting = readChunkBytes * kReadTurnTargetNs / qMax<qint64>(elapsedNs, 1);
+    if (fitting < readChunkBytes)
+        readChunkBytes = qMax(kMinReadChunkBytes, fitting);
+    else if (fullChunk)
+        readChunkBytes = std::min({kReadBufferBytes, fitting, readChunkBytes * 2});
+}
+
+void MudConnection::scheduleReadTurn()
+{
+    if (inflationPending() || socket->bytesAvailable() > 0)
+        readTurnTimer->start();
+}
+
+void MudConnection::onReadTurn()
+{
+    if (inflationPending()) {
+        standardParser.resume();
+        scheduleReadTurn();
+    } else if (socket->bytesAvailable() > 0) {
+        readChunk();
+    }
 }
 
 void MudConnection::onError(QAbstractSocket::SocketError)

@@ -68,12 +68,16 @@ public slots:
     void onError(QAbstractSocket::SocketError socketError);
     void onKeepaliveTimer();
     void onAutoLoginTimer();
-    void onInflateTurn();
+    void onReadTurn();
 
 private:
     void setupConnections();
     void setupStandardParser();
-    void readStandard();
+    bool inflationPending() const;
+    void parseBytes(const QByteArray& bytes);
+    void readChunk();
+    void scheduleReadTurn();
+    void adaptReadChunk(qint64 elapsedNs, bool fullChunk);
     // Writes only on a live link; anything else is dropped without a word, so
     // nothing can queue up ahead of the option announcement of the next link.
     bool writeToSocket(const QByteArray& bytes);
@@ -92,7 +96,10 @@ private:
     bool standardTelnet = false;
     // Chosen per link: the standard parser starts afresh with every connect.
     StandardTelnetParser standardParser;
-    // Compressed input left over from one turn is inflated in the next.
-    QTimer* inflateTimer;
+    // Input left over from one turn (bytes still in the socket, or compressed
+    // input still to inflate) is handled in the next.
+    QTimer* readTurnTimer;
+    // Bytes parsed per turn, adapted to what they cost (see readChunk).
+    qint64 readChunkBytes;
     bool serverEchoes = false;
 };

@@ -67,6 +67,24 @@ void tst_MudConnection::exchangesBytesWithTheServer()
         characters << signal.at(0).toString();
     QCOMPARE(characters, QStringList({"h", "i", "ÿ", "\n"}));
     QCOMPARE(msdp, QList<QVariantList>({{"A", "B=C"}, {"HP", "10"}}));
+
+    // A burst several read buffers long, and the server hangs up at once:
+    // every character still arrives, in order, before disconnected().
+    QByteArray burst;
+    for (int i = 0; i < 40000; ++i)
+        burst += QByteArray::number(i % 10);
+    qsizetype arrived = 0;
+    bool inOrder = true;
+    connect(&connection, &MudConnection::textReceived, [&](const QString& character) {
+        inOrder = inOrder && character.at(0) == QLatin1Char('0' + arrived % 10);
+        ++arrived;
+    });
+    qsizetype arrivedAtDisconnect = -1;
+    connect(&connection, &MudConnection::disconnected, [&] { arrivedAtDisconnect = arrived; });
+    server.peer->write(burst.repeated(5));
+    server.peer->disconnectFromHost();
+    QTRY_COMPARE(arrivedAtDisconnect, burst.size() * 5);
+    QVERIFY(inOrder);
 }
 
 void tst_MudConnection::keepsAliveUntilDisconnected()
