@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
@@ -20,8 +21,13 @@ void MsdpViewer::setupUi()
     setStyleSheet(Theme::panelStyleSheet());
     auto* refresh = new QPushButton(QStringLiteral("Refresh"), this);
     connect(refresh, &QPushButton::clicked, this, &MsdpViewer::refreshMsdpTable);
+    // Shown once the session's table turned an update away, so a player
+    // missing a variable learns why.
+    droppedLabel = new QLabel(this);
+    droppedLabel->setWordWrap(true);
+    droppedLabel->hide();
     auto* topRow = new QHBoxLayout;
-    topRow->addStretch(1);
+    topRow->addWidget(droppedLabel, 1);
     topRow->addWidget(refresh);
 
     table = new QTableWidget(0, 2, this);
@@ -70,10 +76,25 @@ void MsdpViewer::populateMsdpTable()
     const QMap<QString, QString> variables = session->getAllMsdpVariables();
     for (auto it = variables.cbegin(); it != variables.cend(); ++it)
         appendRow(it.key(), it.value());
+    showDroppedCount();
+}
+
+void MsdpViewer::showDroppedCount()
+{
+    const int dropped = session ? session->droppedMsdpCount() : 0;
+    droppedLabel->setVisible(dropped > 0);
+    if (dropped > 0)
+        droppedLabel->setText(tr("%1 update(s) not kept: the table holds %2 variables, names of up to %3 "
+                                 "and values of up to %4 characters.")
+                                  .arg(dropped)
+                                  .arg(GameSession::kMaxMsdpVariables)
+                                  .arg(GameSession::kMaxMsdpNameLength)
+                                  .arg(GameSession::kMaxMsdpValueLength));
 }
 
 void MsdpViewer::onMsdpUpdated(const QString& name, const QString& value)
 {
+    showDroppedCount();
     for (int row = 0; row < table->rowCount(); ++row) {
         if (table->item(row, 0)->text() == name) {
             table->item(row, 1)->setText(value);

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 class GameSession;
+class QLabel;
 class QTableWidget;
 
 // Every MSDP variable the attached session has received, kept current.
@@ -16,6 +17,7 @@ public:
 
     void setSession(GameSession* session);
     QTableWidget* getTable() const { return table; }
+    QLabel* getDroppedLabel() const { return droppedLabel; }
 
 public slots:
     void refreshMsdpTable();
@@ -25,7 +27,9 @@ public slots:
 private:
     void setupUi();
     void appendRow(const QString& name, const QString& value);
+    void showDroppedCount();
 
     QPointer<GameSession> session;
     QTableWidget* table = nullptr;
+    QLabel* droppedLabel = nullptr;
 };
