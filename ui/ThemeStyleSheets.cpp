@@ -291,7 +291,6 @@ QMessageBox QLabel {
 }
 )css";
 
-
 const char* const kTabPaneSheetHead = R"css(
 QTabWidget::pane {
     background-color: @component@;
@@ -409,7 +408,8 @@ QString applicationStyleSheet()
                                      "    border-top-right-radius: 4px;\n"
                                      "    padding: 5px 12px;\n",
                                      "    border-top: 2px solid @accent@;\n");
-    return withPalette(QString::fromUtf8(kApplicationSheetHead) + tabs + QString::fromUtf8(kApplicationSheetTail));
+    return withPalette(QString::fromUtf8(kApplicationSheetHead) + tabs +
+                       QString::fromUtf8(kApplicationSheetTail));
 }
 
 QString tabPaneStyleSheet()

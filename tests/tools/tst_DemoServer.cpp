@@ -163,15 +163,12 @@ void tst_DemoServer::loginWalkAndFight()
     QVERIFY(
         QTest::qWaitFor([&] { return client.msdp.value("CHARACTER_POWERLEVEL").toInt() > first; }, kWaitMs));
 
-    const QList<QStringList> steps{{"n", "Training Grounds", "north, south", "Sparbot, Tomo"},
-                                   {"south", "Sunstone Plaza", "north, east, west, up", "Guard, Zara, Kyren"},
-                                   {"u", "Lookout Tower", "down", "Hawk"}};
-    for (const QStringList& step : steps) {
-        client.send(step[0].toUtf8());
-        QVERIFY2(client.waitForMsdp("ROOM_NAME", step[1]), qPrintable(step[0]));
-        QCOMPARE(client.msdp.value("ROOM_EXITS"), step[2]);
-        QCOMPARE(client.msdp.value("ROOM_CHARACTERS"), step[3]);
-    }
+    // The plaza and the training grounds are walked through the client in
+    // the play test; the tower only here.
+    client.send("u");
+    QVERIFY(client.waitForMsdp("ROOM_NAME", "Lookout Tower"));
+    QCOMPARE(client.msdp.value("ROOM_EXITS"), "down");
+    QCOMPARE(client.msdp.value("ROOM_CHARACTERS"), "Hawk");
 
     client.send("d");
     client.send("kill guard"); // flee ends a fight at once

@@ -75,11 +75,11 @@ void CommandInterpreter::look(const QString&)
     if (!room)
         return;
     QStringList others = room->npcs + room->regulars + player.server->playersInRoom(room->id, &player);
-    player.writeText(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset + '\n' +
-              room->description);
+    player.writeText(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset +
+                     '\n' + room->description);
     player.writeLine(QByteArray(Ansi::kGreen) + "Exits: " + utf8(World::exitList(*room)) + Ansi::kReset);
-    player.writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) + '.' +
-              Ansi::kReset);
+    player.writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) +
+                     '.' + Ansi::kReset);
 }
 
 void CommandInterpreter::move(const QString& direction)
@@ -102,8 +102,9 @@ void CommandInterpreter::move(const QString& direction)
     player.server->tellRoom(from, utf8(player.state.name) + " leaves " + utf8(direction) + '.', &player);
     player.state.roomId = target;
     player.state.fatigue = std::max(0, player.state.fatigue - 1);
-    player.server->tellRoom(target, utf8(player.state.name) + " arrives from the " + utf8(World::opposite(direction)) + '.',
-                     &player);
+    player.server->tellRoom(
+        target, utf8(player.state.name) + " arrives from the " + utf8(World::opposite(direction)) + '.',
+        &player);
     look({});
     player.server->roomOccupantsChanged(from);
     player.server->roomOccupantsChanged(target);
@@ -117,8 +118,9 @@ void CommandInterpreter::say(const QString& text)
     }
     player.writeLine(QByteArray(Ansi::kCyan) + "You say '" + utf8(text) + "'" + Ansi::kReset);
     player.server->tellRoom(player.state.roomId,
-                     QByteArray(Ansi::kCyan) + utf8(player.state.name) + " says '" + utf8(text) + "'" + Ansi::kReset,
-                     &player);
+                            QByteArray(Ansi::kCyan) + utf8(player.state.name) + " says '" + utf8(text) + "'" +
+                                Ansi::kReset,
+                            &player);
 }
 
 void CommandInterpreter::tell(const QString& argument)
@@ -135,11 +137,11 @@ void CommandInterpreter::tell(const QString& argument)
         player.writeLine("You mutter to yourself. Nobody answers.");
     } else if (target) {
         target->deliver(utf8(player.state.name) + " tells you: " + utf8(text));
-        player.writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " + Ansi::kReset +
-                  utf8(text));
+        player.writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " +
+                         Ansi::kReset + utf8(text));
     } else if (!regular.isEmpty()) {
         player.writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(regular) + ": " + Ansi::kReset +
-                  utf8(text));
+                         utf8(text));
         // The regulars are not real players, but they do answer.
         QTimer::singleShot(kTellReplyMs, &player, [player = &player, regular] {
             player->writeLine(utf8(regular) + " tells you: Ha, good one. See you at the training grounds!");
@@ -155,8 +157,8 @@ void CommandInterpreter::ooc(const QString& text)
         player.writeLine("Say what on the OOC channel?");
         return;
     }
-    player.server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' + utf8(player.state.name) +
-                      ": " + utf8(text));
+    player.server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' +
+                             utf8(player.state.name) + ": " + utf8(text));
 }
 
 void CommandInterpreter::chat(const QString& text)
@@ -165,8 +167,8 @@ void CommandInterpreter::chat(const QString& text)
         player.writeLine("Say what on the chat channel?");
         return;
     }
-    player.server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' + utf8(player.state.name) + ": " +
-                      utf8(text));
+    player.server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' +
+                             utf8(player.state.name) + ": " + utf8(text));
 }
 
 void CommandInterpreter::score(const QString&)
@@ -200,7 +202,8 @@ void CommandInterpreter::attack(const QString& target)
     const Room* room = player.server->world().room(player.state.roomId);
     if (!room)
         return;
-    const QString npcName = target.isEmpty() ? room->npcs.value(0) : player.server->world().findNpc(*room, target);
+    const QString npcName =
+        target.isEmpty() ? room->npcs.value(0) : player.server->world().findNpc(*room, target);
     const Npc* npc = player.server->world().npc(npcName);
     if (!npc) {
         if (!player.server->world().findRegular(target).isEmpty() || player.server->findPlayer(target))
@@ -212,7 +215,8 @@ void CommandInterpreter::attack(const QString& target)
     player.state.resting = false;
     player.combat.emplace(*npc);
     player.writeLine(QByteArray(Ansi::kBoldRed) + "You attack the " + utf8(npc->name) + '!' + Ansi::kReset);
-    player.server->tellRoom(player.state.roomId, utf8(player.state.name) + " attacks the " + utf8(npc->name) + '!', &player);
+    player.server->tellRoom(player.state.roomId,
+                            utf8(player.state.name) + " attacks the " + utf8(npc->name) + '!', &player);
     player.combatTimer->start();
 }
 
@@ -223,7 +227,7 @@ void CommandInterpreter::flee(const QString&)
         return;
     }
     player.writeLine(QByteArray(Ansi::kYellow) + "You flee from the " + utf8(player.combat->opponentName()) +
-              ", heart pounding!" + Ansi::kReset);
+                     ", heart pounding!" + Ansi::kReset);
     player.endFight();
 }
 
@@ -238,7 +242,7 @@ void CommandInterpreter::rest(const QString&)
     else {
         player.state.resting = true;
         player.writeLine(QByteArray(Ansi::kGreen) + "You sit down cross-legged and begin to meditate." +
-                  Ansi::kReset);
+                         Ansi::kReset);
     }
 }
 

@@ -8,8 +8,8 @@
 
 #include "tools/olvex-demo-server/AmbientChatter.h"
 #include "tools/olvex-demo-server/ClientTelnet.h"
-#include "tools/olvex-demo-server/CommandInterpreter.h"
 #include "tools/olvex-demo-server/Combat.h"
+#include "tools/olvex-demo-server/CommandInterpreter.h"
 #include "tools/olvex-demo-server/MsdpReporter.h"
 #include "tools/olvex-demo-server/PlayerState.h"
 #include "tools/olvex-demo-server/TelnetInput.h"
@@ -21,8 +21,8 @@ class QTimer;
 
 // One connected client: asks for a name, then hands the player's commands to
 // its CommandInterpreter, runs fight rounds, regeneration and background
-// chatter, and keeps the client's MSDP table up to date. The server deletes it (later, through the event loop)
-// once its socket is gone, so every path here may find the socket closed.
+// chatter, and keeps the client's MSDP table up to date. The server deletes it (later, through the event
+// loop) once its socket is gone, so every path here may find the socket closed.
 class PlayerConnection final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PlayerConnection)
