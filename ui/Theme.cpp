@@ -81,7 +81,7 @@ QString pausedLabelStyleSheet()
 
 QString comboLabelStyleSheet()
 {
-    return QStringLiteral("color: %1; font-weight: bold;").arg(kHighlight);
+    return labelStyleSheet(kHighlight, true);
 }
 
 QString compactButtonStyleSheet()
@@ -89,14 +89,10 @@ QString compactButtonStyleSheet()
     return QStringLiteral("QPushButton { padding: 6px 8px; }");
 }
 
-QString opponentNameStyleSheet()
+QString labelStyleSheet(QLatin1String color, bool bold)
 {
-    return QStringLiteral("font-weight: bold; color: %1;").arg(kOpponentName);
-}
-
-QString opponentHealthStyleSheet()
-{
-    return QStringLiteral("color: %1;").arg(kOpponentHealth);
+    return QStringLiteral("color: %1;%2")
+        .arg(color, bold ? QStringLiteral(" font-weight: bold;") : QString());
 }
 
 QString featureDescriptionStyleSheet()
@@ -111,7 +107,7 @@ QString roomNameStyleSheet()
 
 QString findMessageStyleSheet()
 {
-    return QStringLiteral("color: %1;").arg(kOpponentName);
+    return labelStyleSheet(kOpponentName);
 }
 
 QString ansiColored(QLatin1String color, const QString& text)

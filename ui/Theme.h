@@ -79,9 +79,8 @@ QString comboLabelStyleSheet();
 // A button with a one-glyph label (the find bar's close button): less side
 // padding, so the glyph is not cut off.
 QString compactButtonStyleSheet();
-// The opponent panel's name (bold, warm red) and health numbers (amber).
-QString opponentNameStyleSheet();
-QString opponentHealthStyleSheet();
+// A label's text in one palette colour, bold if asked.
+QString labelStyleSheet(QLatin1String color, bool bold = false);
 // The muted, indented explanation under each box of the features dialog.
 QString featureDescriptionStyleSheet();
 // The room tab's room name.

@@ -182,20 +182,16 @@ void tst_DemoServer::loginWalkAndFight()
     QVERIFY(client.waitForMsdp("OPPONENT_NAME", "Sparbot"));
     QVERIFY(!client.waitForLine("^You gain \\d+ experience").isEmpty());
     QVERIFY(client.waitForMsdp("OPPONENT_NAME", "None"));
-    QCOMPARE(client.msdp.value("COMBO"), QStringLiteral("0"));
 
-    // Health only falls, from its maximum; a hit streak raises the combo.
+    // Health only falls, from its maximum. (The combo's rise and reset are
+    // seen through the client's panels in the play test.)
     QList<int> health;
-    int bestCombo = 0;
     for (const auto& [name, value] : client.updates.mid(before)) {
         if (name == "OPPONENT_HEALTH" && value != "0")
             health << value.toInt();
-        if (name == "COMBO")
-            bestCombo = std::max(bestCombo, value.toInt());
     }
     QVERIFY(health.size() >= 2 && std::is_sorted(health.rbegin(), health.rend()));
     QCOMPARE(health.constFirst(), 600);
-    QVERIFY(bestCombo >= 1);
     QVERIFY2(client.errors.isEmpty(), qPrintable(client.errors.join('\n')));
 }
 

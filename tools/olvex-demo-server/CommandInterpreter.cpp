@@ -1,6 +1,7 @@
 #include "tools/olvex-demo-server/CommandInterpreter.h"
 
 #include <QHash>
+#include <QTcpSocket>
 #include <QTimer>
 
 #include "tools/olvex-demo-server/Ansi.h"
@@ -153,21 +154,22 @@ void CommandInterpreter::tell(const QString& argument)
 
 void CommandInterpreter::ooc(const QString& text)
 {
-    if (text.isEmpty()) {
-        player.writeLine("Say what on the OOC channel?");
-        return;
-    }
-    player.server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' +
-                             utf8(player.state.name) + ": " + utf8(text));
+    speakOnChannel(Ansi::kBoldMagenta, "OOC", "OOC", text);
 }
 
 void CommandInterpreter::chat(const QString& text)
 {
+    speakOnChannel(Ansi::kBoldCyan, "CHAT", "chat", text);
+}
+
+void CommandInterpreter::speakOnChannel(const char* colour, const char* tag, const char* channelName,
+                                        const QString& text)
+{
     if (text.isEmpty()) {
-        player.writeLine("Say what on the chat channel?");
+        player.writeLine(QByteArray("Say what on the ") + channelName + " channel?");
         return;
     }
-    player.server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' +
+    player.server->broadcast(QByteArray(colour) + '[' + tag + ']' + Ansi::kReset + ' ' +
                              utf8(player.state.name) + ": " + utf8(text));
 }
 

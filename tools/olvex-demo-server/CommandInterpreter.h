@@ -25,6 +25,8 @@ private:
     void tell(const QString& argument);
     void ooc(const QString& text);
     void chat(const QString& text);
+    // A public channel: everyone playing gets "[TAG] Name: text".
+    void speakOnChannel(const char* colour, const char* tag, const char* channelName, const QString& text);
     void score(const QString& argument);
     void who(const QString& argument);
     void kill(const QString& target);
