@@ -249,7 +249,7 @@ void MainWindow::onEditFeatures(const Character& character)
     QList<int> features = storage->getEnabledFeatures(character);
     // A character of the home game that never had a session shows the
     // features its first session will switch on.
-    if (features.isEmpty() && character.host.toLower().contains(GameFeatures::kHomeDomain))
+    if (GameFeatures::usesHomeDefaults(features, character.host))
         features = GameFeatures::homeDefaults();
 
     FeaturesDialog dialog(this);

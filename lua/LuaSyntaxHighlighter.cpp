@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QFont>
 
+#include "lua/LuaSyntaxColors.h"
+
 namespace {
 
 constexpr int kOutsideComment = 0;
@@ -23,38 +25,31 @@ QTextCharFormat makeFormat(const QColor& foreground, bool bold = false, bool ita
 
 LuaSyntaxHighlighter::LuaSyntaxHighlighter(QTextDocument* parent)
     : QSyntaxHighlighter(parent)
-    , multiLineCommentFormat(makeFormat(QColor(128, 128, 128), false, true))
+    , multiLineCommentFormat(makeFormat(QColor(LuaSyntaxColors::kComment), false, true))
     , commentStartExpression(QStringLiteral("--\\[\\["))
     , commentEndExpression(QStringLiteral("\\]\\]"))
 {
     // Order matters: comments first so that every later rule can tell a match
     // inside a comment by its grey italic, and keywords after strings so that
     // they stand out even inside a string.
-    const QColor grey(128, 128, 128);
-    const QColor olive(128, 128, 0);
-    const QColor green(0, 128, 0);
-    const QColor blue(0, 0, 255);
-    const QColor cyan(0, 255, 255);
-    const QColor magenta(255, 0, 255);
-    const QColor orange(255, 165, 0);
-
+    using namespace LuaSyntaxColors;
     rules = {
-        {QRegularExpression(QStringLiteral("--[^\\n]*")), makeFormat(grey, false, true)},
-        {QRegularExpression(QStringLiteral("\\[\\[.*?\\]\\]")), makeFormat(olive)},
-        {QRegularExpression(QStringLiteral("\"([^\"\\\\]|\\\\.)*\"")), makeFormat(green)},
-        {QRegularExpression(QStringLiteral("'([^'\\\\]|\\\\.)*'")), makeFormat(green)},
+        {QRegularExpression(QStringLiteral("--[^\\n]*")), makeFormat(QColor(kComment), false, true)},
+        {QRegularExpression(QStringLiteral("\\[\\[.*?\\]\\]")), makeFormat(QColor(kLongString))},
+        {QRegularExpression(QStringLiteral("\"([^\"\\\\]|\\\\.)*\"")), makeFormat(QColor(kString))},
+        {QRegularExpression(QStringLiteral("'([^'\\\\]|\\\\.)*'")), makeFormat(QColor(kString))},
         {QRegularExpression(
              QStringLiteral("\\b(and|break|do|else|elseif|end|false|for|function|goto|if|in|local|nil|not|or|"
                             "repeat|return|then|true|until|while)\\b")),
-         makeFormat(blue, true)},
+         makeFormat(QColor(kKeyword), true)},
         // The functions the Lua engine offers to modules.
         {QRegularExpression(QStringLiteral("\\b(send|echo|getMsdp|getVariable|setVariable|matches)\\b")),
-         makeFormat(cyan)},
+         makeFormat(QColor(kClientApi))},
         {QRegularExpression(QStringLiteral("\\b(print|pairs|ipairs|type|tostring|tonumber|pcall|xpcall|error|"
                                            "assert|require|table|string|math|io|os|coroutine)\\b")),
-         makeFormat(magenta)},
+         makeFormat(QColor(kStandardLibrary))},
         {QRegularExpression(QStringLiteral("\\b[0-9]+\\.?[0-9]*([eE][+-]?[0-9]+)?\\b|\\b0x[0-9a-fA-F]+\\b")),
-         makeFormat(orange)},
+         makeFormat(QColor(kNumber))},
     };
 }
 

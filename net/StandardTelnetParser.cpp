@@ -144,52 +144,58 @@ void StandardTelnetParser::parsePlain(const char* data, qsizetype size)
             if (i == size)
                 break;
         }
-        const uchar b = uchar(data[i++]);
-        switch (state) {
-        case State::Data:
-            if (b == kIac) {
-                state = State::Iac;
-            } else if (b == '\r') {
-                if (carriageReturn)
-                    appendCarriageReturn();
-                carriageReturn = true;
-            } else if (carriageReturn) { // CR NUL is a carriage return on its own
-                carriageReturn = false;
-                appendCarriageReturn();
-            }
-            break;
-        case State::Iac:
-            handleIac(b);
-            break;
-        case State::Verb:
-            state = State::Data;
-            options.receive(verb, b);
-            break;
-        case State::Subnegotiation:
-            subOption = b;
-            subnegotiation.clear();
-            state = State::SubnegotiationData;
-            break;
-        case State::SubnegotiationData:
-            state = State::SubnegotiationIac;
-            break;
-        case State::SubnegotiationIac:
-            if (b == TelnetParser::kSe) {
-                state = State::Data;
-                handleSubnegotiation();
-                if (compressionStarts) {
-                    startCompression(data + i, size - i);
-                    return;
-                }
-            } else {
-                // IAC IAC is one 255; anything else after IAC is kept as is.
-                if (subnegotiation.size() < TelnetParser::kSubnegotiationCap)
-                    subnegotiation.append(char(b));
-                state = State::SubnegotiationData;
-            }
-            break;
+        if (handleByte(uchar(data[i++]))) {
+            // The sub-negotiation just ended started compression: the rest
+            // of this input is compressed.
+            startCompression(data + i, size - i);
+            return;
         }
     }
+}
+
+bool StandardTelnetParser::handleByte(uchar b)
+{
+    switch (state) {
+    case State::Data:
+        if (b == kIac) {
+            state = State::Iac;
+        } else if (b == '\r') {
+            if (carriageReturn)
+                appendCarriageReturn();
+            carriageReturn = true;
+        } else if (carriageReturn) { // CR NUL is a carriage return on its own
+            carriageReturn = false;
+            appendCarriageReturn();
+        }
+        break;
+    case State::Iac:
+        handleIac(b);
+        break;
+    case State::Verb:
+        state = State::Data;
+        options.receive(verb, b);
+        break;
+    case State::Subnegotiation:
+        subOption = b;
+        subnegotiation.clear();
+        state = State::SubnegotiationData;
+        break;
+    case State::SubnegotiationData:
+        state = State::SubnegotiationIac;
+        break;
+    case State::SubnegotiationIac:
+        if (b == TelnetParser::kSe) {
+            state = State::Data;
+            handleSubnegotiation();
+            return compressionStarts;
+        }
+        // IAC IAC is one 255; anything else after IAC is kept as is.
+        if (subnegotiation.size() < TelnetParser::kSubnegotiationCap)
+            subnegotiation.append(char(b));
+        state = State::SubnegotiationData;
+        break;
+    }
+    return false;
 }
 
 void StandardTelnetParser::handleIac(uchar command)

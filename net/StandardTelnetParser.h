@@ -59,6 +59,9 @@ private:
 
     void parsePlain(const char* data, qsizetype size);
     void pump();
+    // One byte outside the runs of text and sub-negotiation data; true when
+    // it ended a sub-negotiation that starts compression.
+    bool handleByte(uchar b);
     void handleIac(uchar command);
     void handleSubnegotiation();
     void answerTerminalType();

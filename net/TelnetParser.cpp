@@ -52,83 +52,93 @@ void TelnetParser::parse(const QByteArray& data)
     const char* p = data.constData();
     const char* const end = p + data.size();
     while (p < end) {
-        const int b = uchar(*p);
-        switch (state) {
-        case Data:
+        if (state == Data) {
             // Same as processText, with the table looked up once per chunk.
+            const int b = uchar(*p);
             if (b == kIac)
                 state = Iac;
             else
                 onText(characters[b]);
             ++p;
-            break;
-        case Iac:
-            // Only SB and an escaped 255 mean anything here. SE and every other
-            // command byte, the negotiation verbs included, is dropped on its
-            // own, so the option byte after a verb reaches the player as text.
-            // The client announces its own options on connect and deliberately
-            // answers nothing the server offers.
-            if (b == kSb) {
-                state = Subnegotiation;
-            } else {
-                state = Data;
-                if (b == kIac)
-                    processText(char(b));
-            }
+        } else if (state == SubnegotiationData) {
+            p = takeSubnegotiationRun(p, end);
+        } else {
+            processCommandByte(uchar(*p));
             ++p;
-            break;
-        case Option: {
-            // Unreachable from the loop itself; only an owner that sets the
-            // state by hand gets here. The stored option doubles as the verb.
-            const int previous = currentOption;
-            currentOption = b;
-            processIac(previous, b);
+        }
+    }
+}
+
+const char* TelnetParser::takeSubnegotiationRun(const char* p, const char* end)
+{
+    // Take the whole run up to the next IAC at once: payloads can be large and
+    // this keeps the cost at one memchr and one append.
+    const auto* iac = static_cast<const char*>(std::memchr(p, kIac, size_t(end - p)));
+    const char* const runEnd = iac ? iac : end;
+    appendSubnegotiation(p, runEnd - p);
+    if (!iac)
+        return end;
+    state = SubnegotiationIac;
+    return runEnd + 1;
+}
+
+void TelnetParser::processCommandByte(int b)
+{
+    switch (state) {
+    case Iac:
+        // Only SB and an escaped 255 mean anything here. SE and every other
+        // command byte, the negotiation verbs included, is dropped on its
+        // own, so the option byte after a verb reaches the player as text.
+        // The client announces its own options on connect and deliberately
+        // answers nothing the server offers.
+        if (b == kSb) {
+            state = Subnegotiation;
+        } else {
             state = Data;
-            ++p;
-            break;
+            if (b == kIac)
+                processText(char(b));
         }
-        case Subnegotiation:
-            currentOption = b;
-            subnegotiationBuffer.clear();
-            state = SubnegotiationData;
-            ++p;
-            break;
-        case SubnegotiationData: {
-            // Take the whole run up to the next IAC at once: payloads can be
-            // large and this keeps the cost at one memchr and one append.
-            const auto* iac = static_cast<const char*>(std::memchr(p, kIac, size_t(end - p)));
-            const char* const runEnd = iac ? iac : end;
-            appendSubnegotiation(p, runEnd - p);
-            p = runEnd;
-            if (iac) {
-                state = SubnegotiationIac;
-                ++p;
-            }
-            break;
+        break;
+    case Option: {
+        // Unreachable from the loop itself; only an owner that sets the
+        // state by hand gets here. The stored option doubles as the verb.
+        const int previous = currentOption;
+        currentOption = b;
+        processIac(previous, b);
+        state = Data;
+        break;
+    }
+    case Subnegotiation:
+        currentOption = b;
+        subnegotiationBuffer.clear();
+        state = SubnegotiationData;
+        break;
+    case SubnegotiationIac:
+        processSubnegotiationIac(b);
+        break;
+    default:
+        // An owner may have stored any value; such a byte is dropped.
+        break;
+    }
+}
+
+void TelnetParser::processSubnegotiationIac(int b)
+{
+    if (b == kSe) {
+        state = Data;
+        if (currentOption == kOptionMsdp) {
+            // A copy shares the bytes; it keeps the payload intact even if a
+            // callback feeds the parser again and a new SB clears the buffer
+            // underneath.
+            const QByteArray payload = subnegotiationBuffer;
+            processMsdp(payload);
         }
-        case SubnegotiationIac:
-            if (b == kSe) {
-                state = Data;
-                if (currentOption == kOptionMsdp) {
-                    // A copy shares the bytes; it keeps the payload intact even
-                    // if a callback feeds the parser again and a new SB clears
-                    // the buffer underneath.
-                    const QByteArray payload = subnegotiationBuffer;
-                    processMsdp(payload);
-                }
-            } else {
-                // IAC IAC is an escaped 255; any other byte after IAC is kept
-                // as it is, so a sloppy server loses nothing.
-                const char byte = char(b);
-                appendSubnegotiation(&byte, 1);
-                state = SubnegotiationData;
-            }
-            ++p;
-            break;
-        default:
-            ++p;
-            break;
-        }
+    } else {
+        // IAC IAC is an escaped 255; any other byte after IAC is kept as it
+        // is, so a sloppy server loses nothing.
+        const char byte = char(b);
+        appendSubnegotiation(&byte, 1);
+        state = SubnegotiationData;
     }
 }
 

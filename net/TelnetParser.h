@@ -74,6 +74,12 @@ public:
     static QByteArray buildMsdpVariable(const QString& name, const QString& value);
 
 private:
+    // The bytes of a sub-negotiation up to the next IAC; returns where
+    // parsing goes on.
+    const char* takeSubnegotiationRun(const char* p, const char* end);
+    // One byte in any state but Data and SubnegotiationData.
+    void processCommandByte(int b);
+    void processSubnegotiationIac(int b);
     // Appends to the sub-negotiation payload, silently dropping what would
     // grow it past kSubnegotiationCap.
     void appendSubnegotiation(const char* bytes, qsizetype count);

@@ -4,7 +4,7 @@
 
 CommandHistory::CommandHistory(const QString& characterKey, Storage* store)
     : storage(store ? store : Storage::instance())
-    , storageKey(Storage::kHistoryPrefix + QLatin1Char('_') + characterKey)
+    , storageKey(Storage::characterEntryKey(Storage::kHistoryPrefix, characterKey))
     , history(storage->getStringList(storageKey))
 {
     while (history.size() > kLimit)

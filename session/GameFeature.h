@@ -34,4 +34,11 @@ inline QList<int> homeDefaults()
     return {0, 1, 2, 6, 3, 4, 8, 9, 10};
 }
 
+// True for a home-game character that has no features stored yet: it gets
+// homeDefaults() instead of the empty list.
+inline bool usesHomeDefaults(const QList<int>& stored, const QString& host)
+{
+    return stored.isEmpty() && host.toLower().contains(kHomeDomain);
+}
+
 } // namespace GameFeatures

@@ -51,7 +51,7 @@ GameSession::~GameSession() = default;
 void GameSession::loadFeatures()
 {
     QList<int> stored = storage->getEnabledFeatures(character);
-    if (stored.isEmpty() && character.host.toLower().contains(GameFeatures::kHomeDomain)) {
+    if (GameFeatures::usesHomeDefaults(stored, character.host)) {
         stored = GameFeatures::homeDefaults();
         storage->setEnabledFeatures(character, stored);
     }

@@ -7,6 +7,5 @@ QString Character::key() const
 
 bool Character::operator==(const Character& other) const
 {
-    return name == other.name && password == other.password && host == other.host && port == other.port &&
-           mudName == other.mudName;
+    return JsonFields::sameFields(*this, other);
 }

@@ -23,8 +23,5 @@ struct CustomChannel final {
         return JsonFields::recordFromJson<CustomChannel>(object);
     }
 
-    bool operator==(const CustomChannel& other) const
-    {
-        return name == other.name && pattern == other.pattern && enabled == other.enabled;
-    }
+    bool operator==(const CustomChannel& other) const { return JsonFields::sameFields(*this, other); }
 };

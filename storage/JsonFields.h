@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <type_traits>
+
 // Readers for one key of a JSON object: a key that is missing or holds another
 // JSON type yields the caller's default, so a hand-edited or older settings
 // file never produces half-read records.
@@ -101,6 +103,28 @@ template <typename Record> QJsonObject recordToJson(const Record& record)
     Record::fields(
         record, [&object](const QString& key, const auto& field) { object.insert(key, toJsonValue(field)); });
     return object;
+}
+
+// Equality from the same field list: the i-th field of one record against the
+// i-th of the other, so a field added to fields() is compared without a second
+// list to keep in step. Records have a handful of fields; the nested visit is
+// cheap.
+template <typename Record> bool sameFields(const Record& a, const Record& b)
+{
+    bool same = true;
+    int index = 0;
+    Record::fields(a, [&](const auto&, const auto& left) {
+        int otherIndex = 0;
+        Record::fields(b, [&](const auto&, const auto& right) {
+            if constexpr (std::is_same_v<decltype(left), decltype(right)>) {
+                if (otherIndex == index)
+                    same = same && left == right;
+            }
+            ++otherIndex;
+        });
+        ++index;
+    });
+    return same;
 }
 
 // Every element goes through the record's reader, in order; an element that is

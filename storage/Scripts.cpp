@@ -35,46 +35,40 @@ TimerType timerTypeOf(const QString& text)
 
 bool Alias::operator==(const Alias& o) const
 {
-    return name == o.name && alias == o.alias && commands == o.commands && group == o.group &&
-           enabled == o.enabled;
+    return sameFields(*this, o);
 }
 
 bool Trigger::operator==(const Trigger& o) const
 {
-    return name == o.name && pattern == o.pattern && commands == o.commands && group == o.group &&
-           regex == o.regex && enabled == o.enabled && highlight == o.highlight &&
-           highlightColor == o.highlightColor && highlightFullLine == o.highlightFullLine;
+    return sameFields(*this, o);
 }
 
 bool Timer::operator==(const Timer& o) const
 {
-    return name == o.name && intervalMs == o.intervalMs && type == o.type && commands == o.commands &&
-           group == o.group && enabled == o.enabled;
+    return sameFields(*this, o);
 }
 
 bool Variable::operator==(const Variable& o) const
 {
-    return name == o.name && value == o.value && group == o.group;
+    return sameFields(*this, o);
 }
 
 bool QuickAction::operator==(const QuickAction& o) const
 {
-    return label == o.label && command == o.command && enabled == o.enabled;
+    return sameFields(*this, o);
 }
 
 bool KeyBinding::operator==(const KeyBinding& o) const
 {
-    return name == o.name && keySequence == o.keySequence && commands == o.commands && group == o.group &&
-           enabled == o.enabled;
+    return sameFields(*this, o);
 }
 
 bool LuaModule::operator==(const LuaModule& o) const
 {
-    return name == o.name && enabled == o.enabled && loadOrder == o.loadOrder;
+    return sameFields(*this, o);
 }
 
 bool Scripts::operator==(const Scripts& o) const
 {
-    return aliases == o.aliases && triggers == o.triggers && timers == o.timers && variables == o.variables &&
-           quickActions == o.quickActions && keyBindings == o.keyBindings && luaModules == o.luaModules;
+    return sameFields(*this, o);
 }

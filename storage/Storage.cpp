@@ -280,8 +280,13 @@ void Storage::setEnabledFeatures(const Character& character, const QList<int>& f
 
 QString Storage::getCharacterKey(const Character& character, const QString& prefix) const
 {
+    return characterEntryKey(prefix, character.key());
+}
+
+QString Storage::characterEntryKey(const QString& prefix, const QString& characterKey)
+{
     // Concatenated rather than filled with arg(), so a "%1" typed into a name stays literal.
-    return prefix + QLatin1Char('_') + character.key();
+    return prefix + QLatin1Char('_') + characterKey;
 }
 
 QString Storage::getScriptDir(const Character& character) const

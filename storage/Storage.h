@@ -60,6 +60,8 @@ public:
     void setEnabledFeatures(const Character& character, const QList<int>& features);
 
     QString getCharacterKey(const Character& character, const QString& prefix) const;
+    // The same key from a character's key (Character::key()).
+    static QString characterEntryKey(const QString& prefix, const QString& characterKey);
     QString getScriptDir(const Character& character) const;
     void ensureScriptDir(const Character& character) const;
 

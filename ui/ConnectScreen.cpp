@@ -19,81 +19,6 @@ namespace {
 
 constexpr int kRowPointSize = 10;
 
-const char* const kScreenSheet = R"css(
-ConnectScreen {
-    background-color: @deep@;
-    color: @text@;
-}
-QFrame#connectHeader {
-    background: qlineargradient(x1: 0, y1: 0, x2: 1, y2: 1, stop: 0 @panel@, stop: 1 @component@);
-    border: none;
-    border-bottom: 2px solid @accent@;
-}
-QLabel#connectTitle {
-    color: @text@;
-    font-size: 24px;
-    font-weight: bold;
-}
-QLabel#connectSubtitle {
-    color: @muted@;
-    font-size: 11px;
-}
-QLabel#sectionLabel {
-    color: @muted@;
-}
-QTreeWidget#characterTree {
-    background-color: @panel@;
-    border: 1px solid @border@;
-    border-radius: 6px;
-    padding: 4px;
-}
-QTreeWidget#characterTree:focus {
-    border-color: @accent@;
-}
-QTreeWidget#characterTree QHeaderView::section {
-    background-color: @panel@;
-}
-QPushButton#addButton, QPushButton#editButton, QPushButton#deleteButton, QPushButton#featuresButton {
-    background-color: transparent;
-    color: @soft@;
-    border: 1px solid @border@;
-    border-radius: 4px;
-    padding: 8px 16px;
-}
-QPushButton#addButton:hover, QPushButton#editButton:hover, QPushButton#deleteButton:hover,
-QPushButton#featuresButton:hover, QPushButton#addButton:focus, QPushButton#editButton:focus,
-QPushButton#deleteButton:focus, QPushButton#featuresButton:focus {
-    color: @text@;
-    border-color: @accent@;
-}
-QPushButton#addButton:disabled, QPushButton#editButton:disabled,
-QPushButton#deleteButton:disabled, QPushButton#featuresButton:disabled {
-    color: @disabledText@;
-    border-color: @disabledBorder@;
-}
-QPushButton#connectButton {
-    background: qlineargradient(x1: 0, y1: 0, x2: 1, y2: 0, stop: 0 @accent@, stop: 1 @accentEnd@);
-    color: @text@;
-    border: 1px solid @accent@;
-    border-radius: 4px;
-    padding: 8px 28px;
-    font-weight: bold;
-}
-QPushButton#connectButton:hover, QPushButton#connectButton:focus {
-    background: qlineargradient(x1: 0, y1: 0, x2: 1, y2: 0,
-                                stop: 0 @accentHover@, stop: 1 @accentEnd@);
-    border-color: @text@;
-}
-QPushButton#connectButton:pressed {
-    background: @accent@;
-}
-QPushButton#connectButton:disabled {
-    background: @component@;
-    color: @disabledText@;
-    border-color: @disabledBorder@;
-}
-)css";
-
 QPushButton* makeButton(const QString& text, const QString& objectName, const QString& accessibleName,
                         QWidget* parent)
 {
@@ -121,63 +46,16 @@ ConnectScreen::ConnectScreen(QWidget* parent)
 void ConnectScreen::setupUi()
 {
     setAttribute(Qt::WA_StyledBackground);
-    setStyleSheet(Theme::withPalette(QString::fromUtf8(kScreenSheet)));
+    setStyleSheet(Theme::connectScreenStyleSheet());
 
-    auto* header = new QFrame(this);
-    header->setObjectName(QStringLiteral("connectHeader"));
-    auto* title = new QLabel(Theme::kProductName, header);
-    title->setObjectName(QStringLiteral("connectTitle"));
-    auto* subtitle =
-        new QLabel(QStringLiteral("v%1 • Select a character to begin").arg(Theme::kProductVersion), header);
-    subtitle->setObjectName(QStringLiteral("connectSubtitle"));
-    auto* headerLayout = new QVBoxLayout(header);
-    headerLayout->setContentsMargins(24, 20, 24, 18);
-    headerLayout->setSpacing(4);
-    headerLayout->addWidget(title);
-    headerLayout->addWidget(subtitle);
-
-    auto* section = new QLabel(QStringLiteral("Available Characters"), this);
-    section->setObjectName(QStringLiteral("sectionLabel"));
-    // Letter spacing is not a style sheet property, so the font carries it.
-    QFont sectionFont = section->font();
-    sectionFont.setPixelSize(10);
-    sectionFont.setBold(true);
-    sectionFont.setLetterSpacing(QFont::AbsoluteSpacing, 1);
-    section->setFont(sectionFont);
-
-    tree = new QTreeWidget(this);
-    tree->setObjectName(QStringLiteral("characterTree"));
-    tree->setAccessibleName(tr("Characters"));
-    tree->setColumnCount(2);
-    tree->setHeaderLabels({QStringLiteral("Character"), QStringLiteral("Server")});
-    tree->setMinimumHeight(200);
-    // Groups are always open and only buttons (or keys) act on a row: no
-    // branch arrows to collapse a group, and double-click does nothing.
-    tree->setRootIsDecorated(false);
-    tree->setItemsExpandable(false);
-    tree->setExpandsOnDoubleClick(false);
-    tree->setSelectionMode(QAbstractItemView::SingleSelection);
-    tree->header()->setStretchLastSection(true);
-    tree->installEventFilter(this);
-    section->setBuddy(tree);
-
-    addButton =
-        makeButton(QStringLiteral("+ Add New"), QStringLiteral("addButton"), tr("Add new character"), this);
-    editButton =
-        makeButton(QStringLiteral("✎ Edit"), QStringLiteral("editButton"), tr("Edit character"), this);
-    deleteButton =
-        makeButton(QStringLiteral("⊘ Delete"), QStringLiteral("deleteButton"), tr("Delete character"), this);
-    featuresButton = makeButton(QStringLiteral("☰ Features"), QStringLiteral("featuresButton"),
-                                tr("Character features"), this);
-    connectButton =
-        makeButton(QStringLiteral("⚡ CONNECT"), QStringLiteral("connectButton"), tr("Connect"), this);
+    QWidget* header = buildHeader();
+    QLabel* section = buildCharacterList();
+    buildButtons();
 
     auto* buttonRow = new QHBoxLayout;
     buttonRow->setSpacing(8);
-    buttonRow->addWidget(addButton);
-    buttonRow->addWidget(editButton);
-    buttonRow->addWidget(deleteButton);
-    buttonRow->addWidget(featuresButton);
+    for (QPushButton* button : {addButton, editButton, deleteButton, featuresButton})
+        buttonRow->addWidget(button);
     buttonRow->addStretch(1);
     buttonRow->addWidget(connectButton);
 
@@ -210,6 +88,66 @@ void ConnectScreen::setupUi()
     QObject::connect(tree, &QTreeWidget::currentItemChanged, this, &ConnectScreen::onCurrentItemChanged);
 }
 
+QWidget* ConnectScreen::buildHeader()
+{
+    auto* header = new QFrame(this);
+    header->setObjectName(QStringLiteral("connectHeader"));
+    auto* title = new QLabel(Theme::kProductName, header);
+    title->setObjectName(QStringLiteral("connectTitle"));
+    auto* subtitle =
+        new QLabel(QStringLiteral("v%1 • Select a character to begin").arg(Theme::kProductVersion), header);
+    subtitle->setObjectName(QStringLiteral("connectSubtitle"));
+    auto* headerLayout = new QVBoxLayout(header);
+    headerLayout->setContentsMargins(24, 20, 24, 18);
+    headerLayout->setSpacing(4);
+    headerLayout->addWidget(title);
+    headerLayout->addWidget(subtitle);
+    return header;
+}
+
+QLabel* ConnectScreen::buildCharacterList()
+{
+    auto* section = new QLabel(QStringLiteral("Available Characters"), this);
+    section->setObjectName(QStringLiteral("sectionLabel"));
+    // Letter spacing is not a style sheet property, so the font carries it.
+    QFont sectionFont = section->font();
+    sectionFont.setPixelSize(10);
+    sectionFont.setBold(true);
+    sectionFont.setLetterSpacing(QFont::AbsoluteSpacing, 1);
+    section->setFont(sectionFont);
+
+    tree = new QTreeWidget(this);
+    tree->setObjectName(QStringLiteral("characterTree"));
+    tree->setAccessibleName(tr("Characters"));
+    tree->setColumnCount(2);
+    tree->setHeaderLabels({QStringLiteral("Character"), QStringLiteral("Server")});
+    tree->setMinimumHeight(200);
+    // Groups are always open and only buttons (or keys) act on a row: no
+    // branch arrows to collapse a group, and double-click does nothing.
+    tree->setRootIsDecorated(false);
+    tree->setItemsExpandable(false);
+    tree->setExpandsOnDoubleClick(false);
+    tree->setSelectionMode(QAbstractItemView::SingleSelection);
+    tree->header()->setStretchLastSection(true);
+    tree->installEventFilter(this);
+    section->setBuddy(tree);
+    return section;
+}
+
+void ConnectScreen::buildButtons()
+{
+    addButton =
+        makeButton(QStringLiteral("+ Add New"), QStringLiteral("addButton"), tr("Add new character"), this);
+    editButton =
+        makeButton(QStringLiteral("✎ Edit"), QStringLiteral("editButton"), tr("Edit character"), this);
+    deleteButton =
+        makeButton(QStringLiteral("⊘ Delete"), QStringLiteral("deleteButton"), tr("Delete character"), this);
+    featuresButton = makeButton(QStringLiteral("☰ Features"), QStringLiteral("featuresButton"),
+                                tr("Character features"), this);
+    connectButton =
+        makeButton(QStringLiteral("⚡ CONNECT"), QStringLiteral("connectButton"), tr("Connect"), this);
+}
+
 QList<Character> ConnectScreen::getCharacters() const
 {
     return Storage::instance()->getCharacters();
@@ -228,39 +166,9 @@ void ConnectScreen::loadCharacters()
     for (int i = 0; i < characters.size(); ++i)
         byHost[characters.at(i).host].append(i);
 
-    QFont groupFont = tree->font();
-    groupFont.setPointSize(kRowPointSize);
-    groupFont.setWeight(QFont::Bold);
-    QFont rowFont = tree->font();
-    rowFont.setPointSize(kRowPointSize);
-    const QBrush groupText{QColor(Theme::kAccent)};
-    const QBrush groupBackground{QColor(Theme::kComponentBackground)};
-    const QBrush rowText{QColor(Theme::kTextSoft)};
-
     QList<QTreeWidgetItem*> rowOfStoredIndex(characters.size(), nullptr);
-    for (auto it = byHost.cbegin(); it != byHost.cend(); ++it) {
-        auto* group = new QTreeWidgetItem(tree);
-        group->setText(0, QStringLiteral("%1  (%2)").arg(it.key()).arg(it.value().size()));
-        group->setFlags(Qt::ItemIsEnabled);
-        group->setFirstColumnSpanned(true);
-        for (int column = 0; column < 2; ++column) {
-            group->setFont(column, groupFont);
-            group->setForeground(column, groupText);
-            group->setBackground(column, groupBackground);
-        }
-        for (int index : it.value()) {
-            const Character& character = characters.at(index);
-            auto* row = new QTreeWidgetItem(group);
-            row->setText(0, character.name);
-            row->setText(1, QStringLiteral("%1:%2").arg(character.host).arg(character.port));
-            row->setData(0, Qt::UserRole, QVariant::fromValue(character));
-            for (int column = 0; column < 2; ++column) {
-                row->setFont(column, rowFont);
-                row->setForeground(column, rowText);
-            }
-            rowOfStoredIndex[index] = row;
-        }
-    }
+    for (auto it = byHost.cbegin(); it != byHost.cend(); ++it)
+        addHostGroup(it.key(), characters, it.value(), rowOfStoredIndex);
     tree->expandAll();
     tree->resizeColumnToContents(0);
     tree->resizeColumnToContents(1);
@@ -281,6 +189,41 @@ void ConnectScreen::loadCharacters()
         preselect = rowOfStoredIndex.at(activeIndex);
     tree->setCurrentItem(preselect);
     onCurrentItemChanged();
+}
+
+void ConnectScreen::addHostGroup(const QString& host, const QList<Character>& characters,
+                                 const QList<int>& indexes, QList<QTreeWidgetItem*>& rowOfStoredIndex)
+{
+    QFont groupFont = tree->font();
+    groupFont.setPointSize(kRowPointSize);
+    groupFont.setWeight(QFont::Bold);
+    QFont rowFont = tree->font();
+    rowFont.setPointSize(kRowPointSize);
+    const QBrush groupText{QColor(Theme::kAccent)};
+    const QBrush groupBackground{QColor(Theme::kComponentBackground)};
+    const QBrush rowText{QColor(Theme::kTextSoft)};
+
+    auto* group = new QTreeWidgetItem(tree);
+    group->setText(0, QStringLiteral("%1  (%2)").arg(host).arg(indexes.size()));
+    group->setFlags(Qt::ItemIsEnabled);
+    group->setFirstColumnSpanned(true);
+    for (int column = 0; column < 2; ++column) {
+        group->setFont(column, groupFont);
+        group->setForeground(column, groupText);
+        group->setBackground(column, groupBackground);
+    }
+    for (int index : indexes) {
+        const Character& character = characters.at(index);
+        auto* row = new QTreeWidgetItem(group);
+        row->setText(0, character.name);
+        row->setText(1, QStringLiteral("%1:%2").arg(character.host).arg(character.port));
+        row->setData(0, Qt::UserRole, QVariant::fromValue(character));
+        for (int column = 0; column < 2; ++column) {
+            row->setFont(column, rowFont);
+            row->setForeground(column, rowText);
+        }
+        rowOfStoredIndex[index] = row;
+    }
 }
 
 void ConnectScreen::onAddClicked()

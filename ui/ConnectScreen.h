@@ -7,6 +7,7 @@
 
 #include "storage/Character.h"
 
+class QLabel;
 class QPushButton;
 class QTreeWidget;
 class QTreeWidgetItem;
@@ -46,6 +47,14 @@ protected:
 
 private:
     void setupUi();
+    QWidget* buildHeader();
+    // The "Available Characters" label, returned, and the tree it names.
+    QLabel* buildCharacterList();
+    void buildButtons();
+    // One group row for a server with a row per character on it; records
+    // each row under the character's stored index.
+    void addHostGroup(const QString& host, const QList<Character>& characters, const QList<int>& indexes,
+                      QList<QTreeWidgetItem*>& rowOfStoredIndex);
     void moveToCharacterRow(bool down);
     void onCurrentItemChanged();
 

@@ -58,8 +58,7 @@ FeaturesDialog::FeaturesDialog(QWidget* parent)
         box->setToolTip(description);
         auto* line = new QLabel(description, this);
         line->setWordWrap(true);
-        line->setStyleSheet(
-            QStringLiteral("color: %1; margin-left: 24px; margin-bottom: 6px;").arg(Theme::kTextMuted));
+        line->setStyleSheet(Theme::featureDescriptionStyleSheet());
         layout->addWidget(box);
         layout->addWidget(line);
         boxes.append(box);

@@ -14,7 +14,7 @@ OpponentWidget::OpponentWidget(QWidget* parent)
     setStyleSheet(Theme::panelStyleSheet());
 
     nameLabel = new QLabel(QStringLiteral("Opponent: None"), this);
-    nameLabel->setStyleSheet(QStringLiteral("font-weight: bold; color: %1;").arg(Theme::kOpponentName));
+    nameLabel->setStyleSheet(Theme::labelStyleSheet(Theme::kOpponentName, true));
     // The name comes from the server: never let it be read as markup.
     nameLabel->setTextFormat(Qt::PlainText);
     nameLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -27,7 +27,7 @@ OpponentWidget::OpponentWidget(QWidget* parent)
     healthBar->setFormat(QStringLiteral("%p%"));
 
     healthLabel = new QLabel(QStringLiteral("HP: 0/0"), this);
-    healthLabel->setStyleSheet(QStringLiteral("color: %1;").arg(Theme::kOpponentHealth));
+    healthLabel->setStyleSheet(Theme::labelStyleSheet(Theme::kOpponentHealth));
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 8, 8, 8);

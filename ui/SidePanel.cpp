@@ -84,7 +84,7 @@ QWidget* SidePanel::buildRoomTab()
 {
     auto* page = new QWidget;
     roomName = new QLabel(QStringLiteral("Room: Unknown"), page);
-    roomName->setStyleSheet(QStringLiteral("font-weight: bold;"));
+    roomName->setStyleSheet(Theme::roomNameStyleSheet());
     roomName->setWordWrap(true);
     roomExits = new QLabel(QStringLiteral("Exits: none"), page);
     roomExits->setWordWrap(true);

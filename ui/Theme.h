@@ -4,6 +4,8 @@
 #include <QLatin1String>
 #include <QString>
 
+#include "lua/LuaSyntaxColors.h"
+
 // The client's one dark look: every colour a player sees and the style sheets
 // built from them live here, so a widget never spells a colour of its own.
 namespace Theme {
@@ -37,6 +39,10 @@ inline constexpr QLatin1String kHighlight{"#ffaa00"};
 inline constexpr QLatin1String kEchoColor{"#bb86fc"};
 inline constexpr QLatin1String kErrorColor{"#ff6b6b"};
 inline constexpr QLatin1String kNoticeColor{"#ffaa00"};
+
+// The Lua module editor's highlighting. Its highlighter sits in the core
+// library, which cannot include this header, so the colours live beside it.
+namespace LuaSyntax = ::LuaSyntaxColors;
 
 // Object names that the application style sheet gives their own bar colours.
 inline constexpr QLatin1String kPowerLevelBar{"powerLevelBar"};
@@ -73,6 +79,14 @@ QString comboLabelStyleSheet();
 // A button with a one-glyph label (the find bar's close button): less side
 // padding, so the glyph is not cut off.
 QString compactButtonStyleSheet();
+// A label's text in one palette colour, bold if asked.
+QString labelStyleSheet(QLatin1String color, bool bold = false);
+// The muted, indented explanation under each box of the features dialog.
+QString featureDescriptionStyleSheet();
+// The room tab's room name.
+QString roomNameStyleSheet();
+// The connect screen: header, character list and its buttons.
+QString connectScreenStyleSheet();
 // The find bar's "not found" message.
 QString findMessageStyleSheet();
 // text between an ANSI truecolour foreground of color (#rrggbb) and a reset,

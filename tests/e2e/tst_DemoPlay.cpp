@@ -18,6 +18,7 @@
 #include <memory>
 
 #include "app/MainWindow.h"
+#include "net/MudConnection.h"
 #include "session/GameSession.h"
 #include "session/SessionManager.h"
 #include "storage/Storage.h"
@@ -99,6 +100,7 @@ private slots:
     void pickCharacterLogInAndWalk();
     void fightFeedsPanelsAndFiresTrigger();
     void closingTheTabLeavesTheGame();
+    void standardTelnetPlaysCompressedWithPrompts();
 
 private:
     QString terminalText() const { return screen->getTerminal()->toPlainText(); }
@@ -300,6 +302,44 @@ void tst_DemoPlay::closingTheTabLeavesTheGame()
     QTRY_COMPARE_WITH_TIMEOUT(left.count(), 1, kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(server->connectionCount(), 0, kWaitMs);
     QVERIFY(server->playerNames().isEmpty());
+}
+
+// The demo game and the client's standard telnet agree on everything they
+// both speak: compression, terminal type, window size, prompts and MSDP.
+void tst_DemoPlay::standardTelnetPlaysCompressedWithPrompts()
+{
+    DemoServer fastServer(DemoServer::Timing{50, 5, 0, 0});
+    QVERIFY(fastServer.listen(0));
+    MudConnection connection;
+    connection.setStandardTelnet(true);
+    connection.setWindowSize(120, 30);
+    QString shown;
+    QStringList prompts;
+    QHash<QString, QString> msdp;
+    connect(&connection, &MudConnection::textReceived, [&](const QString& text) { shown += text; });
+    connect(&connection, &MudConnection::promptEnded, [&] { prompts << shown.section('\n', -1); });
+    connect(&connection, &MudConnection::msdpVariable,
+            [&](const QString& name, const QString& value) { msdp.insert(name, value); });
+    connection.connectToServer("127.0.0.1", fastServer.port());
+    QTRY_VERIFY_WITH_TIMEOUT(shown.contains("By what name"), kWaitMs);
+    connection.sendCommand("Tester");
+    QTRY_VERIFY_WITH_TIMEOUT(!prompts.isEmpty(), kWaitMs);
+    QVERIFY2(prompts.first().contains(QRegularExpression("^> .*PL \\d+/\\d+.* >$")),
+             qPrintable(prompts.first()));
+    QTRY_COMPARE(msdp.value("CHARACTER_NAME"), "Tester");
+
+    PlayerConnection* player = fastServer.findPlayer("Tester");
+    QVERIFY(player);
+    QVERIFY(player->telnetState().isCompressing());
+    QCOMPARE(player->telnetState().terminalType(), "OLVEX");
+    QCOMPARE(player->telnetState().columns(), 120);
+
+    // The next output starts a line of its own after the prompt.
+    connection.sendCommand("say Grüße →");
+    QTRY_VERIFY_WITH_TIMEOUT(shown.contains("You say 'Grüße →'"), kWaitMs);
+    QVERIFY(shown.contains(" >\n\x1b[36mYou say"));
+    for (QChar c : std::as_const(shown)) // no option byte reached the text
+        QVERIFY2(c == '\n' || c == '\x1b' || c >= ' ', qPrintable(QString::number(c.unicode())));
 }
 
 OLVEX_TEST_MAIN(tst_DemoPlay, QApplication)

@@ -3,10 +3,10 @@
 // split at line feeds so the colour state is carried across calls as in play.
 //
 // Besides crashes, it checks that no produced run is empty and that the text
-// left after parsing is exactly what removing the control sequences with the
-// equivalent regular expressions leaves; and that the terminal's cutting of
-// long lines keeps every drawable character and bounds every line, and its
-// links lie inside the text, in order.
+// left after parsing, and plainText, are exactly what removing the control
+// sequences with the equivalent regular expressions leaves; and that the
+// terminal's cutting of long lines keeps every drawable character and bounds
+// every line, and its links lie inside the text, in order.
 
 #include <QRegularExpression>
 #include <QString>
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
         QString expected = line;
         expected.remove(nonSgr).remove(sgr);
-        if (shown != expected)
+        if (shown != expected || AnsiParser::plainText(line) != expected)
             std::abort();
 
         QString cutText;

@@ -1,27 +1,13 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "lua/LuaPackage.h"
+#include "support/PackageTempRoot.h"
 #include "support/TestEnvironment.h"
 
 namespace {
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 QByteArray run(const QString& program, const QStringList& arguments)
 {
@@ -54,20 +40,17 @@ private slots:
 private:
     QString path(const QString& name) const { return tempRoot.filePath(name); }
 
-    // Every temporary directory of the package code lands here, so a
-    // leftover is seen and an escaping entry would be found here too.
-    QTemporaryDir tempRoot;
+    PackageTempRoot tempRoot;
 };
 
 void tst_LuaPackage::initTestCase()
 {
     QVERIFY(tempRoot.isValid());
-    qputenv("TMPDIR", tempRoot.path().toLocal8Bit());
 }
 
 void tst_LuaPackage::cleanup()
 {
-    QCOMPARE(QDir(tempRoot.path()).entryList({"olvex_*"}, QDir::AllEntries), {});
+    QCOMPARE(tempRoot.leftovers(), {});
     QVERIFY(QDir(path("to")).removeRecursively());
 }
 

@@ -2,28 +2,14 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "lua/LuaPackage.h"
 #include "lua/ProfilePackage.h"
+#include "support/PackageTempRoot.h"
 #include "support/TestEnvironment.h"
 
 namespace {
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 // Every kind of record, through the same JSON a settings file holds.
 Scripts fullScripts()
@@ -57,19 +43,17 @@ private slots:
 private:
     QString path(const QString& name) const { return tempRoot.filePath(name); }
 
-    // Holds every temporary directory too, so leftovers and escapes show here.
-    QTemporaryDir tempRoot;
+    PackageTempRoot tempRoot;
 };
 
 void tst_ProfilePackage::initTestCase()
 {
     QVERIFY(tempRoot.isValid());
-    qputenv("TMPDIR", tempRoot.path().toLocal8Bit());
 }
 
 void tst_ProfilePackage::cleanup()
 {
-    QCOMPARE(QDir(tempRoot.path()).entryList({"olvex_*"}, QDir::AllEntries), {});
+    QCOMPARE(tempRoot.leftovers(), {});
 }
 
 void tst_ProfilePackage::roundTripThroughZip()
@@ -114,20 +98,15 @@ void tst_ProfilePackage::refusesHostilePackages_data()
 
     const QString meta = "z.writestr('metadata.json', '{}')\n";
     const QString profile = "z.writestr('profile.json', '{\"luaModules\":[{\"name\":\"%1\"}]}')\n";
+    // The profile goes through the module package's checked extraction, whose
+    // own test has a row for each kind of hostile entry; one proves the path.
     QTest::newRow("parent path") << meta + profile.arg("a") + "z.writestr('../../escape.lua', 'x')"
                                  << "Package entry has an unsafe path: ../../escape.lua";
-    QTest::newRow("linked module") << meta + profile.arg("a") +
-                                          "i = zipfile.ZipInfo('scripts/a.lua'); i.create_system = 3\n"
-                                          "i.external_attr = 0o120777 << 16; z.writestr(i, '" +
-                                          path("secret") + "')"
-                                   << "Package entry is a link: scripts/a.lua";
     QTest::newRow("module name") << meta + profile.arg("../../escape")
                                  << "Package names an invalid module: ../../escape";
     QTest::newRow("no profile") << meta << "Failed to read profile.json from package";
     QTest::newRow("profile not an object") << meta + "z.writestr('profile.json', '[1]')"
                                            << "Failed to read profile.json from package";
-    QTest::newRow("huge") << meta + profile.arg("a") + "z.writestr('scripts/a.lua', b'-' * (11 << 20))"
-                          << "Package is too large to import";
 }
 
 void tst_ProfilePackage::refusesHostilePackages()
@@ -142,7 +121,6 @@ void tst_ProfilePackage::refusesHostilePackages()
     QProcess python;
     python.start("python3", {"-c", script, archive});
     QVERIFY(python.waitForFinished(30000) && python.exitCode() == 0);
-    writeFile(path("secret"), "outside");
 
     ProfilePackage::Profile profile;
     profile.scripts.variables = {{"kept", "1", ""}};

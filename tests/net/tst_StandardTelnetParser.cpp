@@ -4,23 +4,10 @@
 #include <zlib.h>
 
 #include "net/StandardTelnetParser.h"
+#include "support/TelnetWire.h"
 #include "support/TestEnvironment.h"
 
 namespace {
-
-// Server bytes written readably: "<IAC><WILL><ECHO>".
-QByteArray wire(QByteArray text)
-{
-    const QList<QPair<QByteArray, char>> names = {
-        {"<IAC>", '\xFF'},   {"<SB>", '\xFA'},   {"<SE>", '\xF0'},      {"<WILL>", '\xFB'},
-        {"<WONT>", '\xFC'},  {"<DO>", '\xFD'},   {"<DONT>", '\xFE'},    {"<GA>", '\xF9'},
-        {"<EOR>", '\xEF'},   {"<ECHO>", '\x01'}, {"<SGA>", '\x03'},     {"<TTYPE>", '\x18'},
-        {"<NAWS>", '\x1F'},  {"<EORO>", '\x19'}, {"<CHARSET>", '\x2A'}, {"<MSDP>", '\x45'},
-        {"<MCCP2>", '\x56'}, {"<NUL>", '\x00'},  {"<VAR>", '\x01'},     {"<VAL>", '\x02'}};
-    for (const auto& [name, byte] : names)
-        text.replace(name, QByteArray(1, byte));
-    return text;
-}
 
 // Every callback in order; bytes sent are written back in the same readable
 // form, so a row reads like a conversation.

@@ -1,21 +1,10 @@
 #include <QtTest>
 
 #include "net/TelnetParser.h"
+#include "support/TelnetWire.h"
 #include "support/TestEnvironment.h"
 
 namespace {
-
-// Server bytes written readably: "<IAC><SB><MSDP><VAR>HP<VAL>10<IAC><SE>".
-QByteArray wire(QByteArray text)
-{
-    const QList<QPair<QByteArray, char>> names = {{"<IAC>", '\xFF'},  {"<SB>", '\xFA'},  {"<SE>", '\xF0'},
-                                                  {"<WILL>", '\xFB'}, {"<DO>", '\xFD'},  {"<GA>", '\xF9'},
-                                                  {"<MSDP>", '\x45'}, {"<VAR>", '\x01'}, {"<VAL>", '\x02'},
-                                                  {"<TO>", '\x03'},   {"<TC>", '\x04'}};
-    for (const auto& [name, byte] : names)
-        text.replace(name, QByteArray(1, byte));
-    return text;
-}
 
 // Records every callback in order. Text is kept as received, so a parser that
 // reused one string in place would corrupt the earlier entries.

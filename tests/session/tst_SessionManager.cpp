@@ -1,3 +1,4 @@
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include "session/GameSession.h"
@@ -11,11 +12,16 @@ class tst_SessionManager : public QObject {
 private slots:
     void oneSessionPerCharacterUpToSixteen();
     void activeSessionIsRememberedAndClosedQuietly();
+
+private:
+    QTemporaryDir dataDir;
+    Storage storage{dataDir.path()};
+    SessionManager sessions{&storage};
 };
 
 void tst_SessionManager::oneSessionPerCharacterUpToSixteen()
 {
-    SessionManager* manager = SessionManager::instance();
+    SessionManager* manager = &sessions;
     QSignalSpy created(manager, &SessionManager::sessionCreated);
 
     const Character hero{"Hero", "", "127.0.0.1", 4000, ""};
@@ -55,18 +61,18 @@ void tst_SessionManager::oneSessionPerCharacterUpToSixteen()
 
 void tst_SessionManager::activeSessionIsRememberedAndClosedQuietly()
 {
-    SessionManager* manager = SessionManager::instance();
+    SessionManager* manager = &sessions;
     const Character a{"A", "", "h", 1, ""};
     const Character b{"B", "", "h", 2, ""};
-    Storage::instance()->setCharacters({a, b});
-    Storage::instance()->setActiveCharacterIndex(0);
+    storage.setCharacters({a, b});
+    storage.setActiveCharacterIndex(0);
 
     GameSession* session = manager->createSession(b);
     QSignalSpy changed(manager, &SessionManager::activeSessionChanged);
     manager->setActiveSession(session);
     manager->setActiveSession(session);
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(Storage::instance()->getActiveCharacterIndex(), 1);
+    QCOMPARE(storage.getActiveCharacterIndex(), 1);
 
     QSignalSpy closed(manager, &SessionManager::sessionClosed);
     manager->closeSession(session);
@@ -77,7 +83,7 @@ void tst_SessionManager::activeSessionIsRememberedAndClosedQuietly()
     // A session whose character is no longer listed stores no index.
     GameSession* unlisted = manager->createSession(Character{"Z", "", "h", 9, ""});
     manager->setActiveSession(unlisted);
-    QCOMPARE(Storage::instance()->getActiveCharacterIndex(), 1);
+    QCOMPARE(storage.getActiveCharacterIndex(), 1);
     manager->closeSession(unlisted);
 }
 

@@ -31,9 +31,13 @@ void tst_Scripts::roundTripKeepsEveryField()
     // Through text, as it would travel through settings.json.
     const QByteArray text = QJsonDocument(s.toJson()).toJson();
     QCOMPARE(Scripts::fromJson(QJsonDocument::fromJson(text).object()), s);
+    Scripts changed = s; // equality sees the last field of a nested record too
+    changed.luaModules[0].loadOrder = 4;
+    QVERIFY(!(changed == s));
 
     const Character c{"Ann", "secret", "10.0.0.5", 4000, "Olvex"};
     QCOMPARE(Character::fromJson(c.toJson()), c);
+    QVERIFY(c != (Character{"Ann", "secret", "10.0.0.5", 4000, "Other"}));
     const CustomChannel channel{"Guild", "^\\[GUILD\\]", false};
     QCOMPARE(CustomChannel::fromJson(channel.toJson()), channel);
 }

@@ -163,15 +163,12 @@ void tst_DemoServer::loginWalkAndFight()
     QVERIFY(
         QTest::qWaitFor([&] { return client.msdp.value("CHARACTER_POWERLEVEL").toInt() > first; }, kWaitMs));
 
-    const QList<QStringList> steps{{"n", "Training Grounds", "north, south", "Sparbot, Tomo"},
-                                   {"south", "Sunstone Plaza", "north, east, west, up", "Guard, Zara, Kyren"},
-                                   {"u", "Lookout Tower", "down", "Hawk"}};
-    for (const QStringList& step : steps) {
-        client.send(step[0].toUtf8());
-        QVERIFY2(client.waitForMsdp("ROOM_NAME", step[1]), qPrintable(step[0]));
-        QCOMPARE(client.msdp.value("ROOM_EXITS"), step[2]);
-        QCOMPARE(client.msdp.value("ROOM_CHARACTERS"), step[3]);
-    }
+    // The plaza and the training grounds are walked through the client in
+    // the play test; the tower only here.
+    client.send("u");
+    QVERIFY(client.waitForMsdp("ROOM_NAME", "Lookout Tower"));
+    QCOMPARE(client.msdp.value("ROOM_EXITS"), "down");
+    QCOMPARE(client.msdp.value("ROOM_CHARACTERS"), "Hawk");
 
     client.send("d");
     client.send("kill guard"); // flee ends a fight at once
@@ -185,20 +182,16 @@ void tst_DemoServer::loginWalkAndFight()
     QVERIFY(client.waitForMsdp("OPPONENT_NAME", "Sparbot"));
     QVERIFY(!client.waitForLine("^You gain \\d+ experience").isEmpty());
     QVERIFY(client.waitForMsdp("OPPONENT_NAME", "None"));
-    QCOMPARE(client.msdp.value("COMBO"), QStringLiteral("0"));
 
-    // Health only falls, from its maximum; a hit streak raises the combo.
+    // Health only falls, from its maximum. (The combo's rise and reset are
+    // seen through the client's panels in the play test.)
     QList<int> health;
-    int bestCombo = 0;
     for (const auto& [name, value] : client.updates.mid(before)) {
         if (name == "OPPONENT_HEALTH" && value != "0")
             health << value.toInt();
-        if (name == "COMBO")
-            bestCombo = std::max(bestCombo, value.toInt());
     }
     QVERIFY(health.size() >= 2 && std::is_sorted(health.rbegin(), health.rend()));
     QCOMPARE(health.constFirst(), 600);
-    QVERIFY(bestCombo >= 1);
     QVERIFY2(client.errors.isEmpty(), qPrintable(client.errors.join('\n')));
 }
 

@@ -14,7 +14,7 @@ private slots:
     void sheetsAreFilledAndParse()
     {
         const QStringList sheets{Theme::applicationStyleSheet(), Theme::tabPaneStyleSheet(),
-                                 Theme::panelStyleSheet()};
+                                 Theme::panelStyleSheet(), Theme::connectScreenStyleSheet()};
         for (const QString& sheet : sheets)
             QVERIFY2(!sheet.contains(QRegularExpression("@\\w+@")), qPrintable(sheet));
 
@@ -24,6 +24,7 @@ private slots:
         QWidget pane;
         pane.setStyleSheet(sheets[1]);
         (new QWidget(&pane))->setStyleSheet(sheets[2]);
+        (new QWidget(&pane))->setStyleSheet(sheets[3]);
         pane.show();
         QVERIFY(QTest::qWaitForWindowExposed(&pane));
     }

@@ -1,6 +1,5 @@
 #include "tools/olvex-demo-server/PlayerConnection.h"
 
-#include <QHash>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
@@ -14,7 +13,6 @@ namespace {
 constexpr int kMaxNameLength = 16;
 constexpr qint64 kMaxFloodLines = 1000000;
 constexpr qint64 kDefaultFloodLines = 100;
-constexpr int kTellReplyMs = 1200;
 
 QByteArray utf8(const QString& text)
 {
@@ -115,7 +113,7 @@ void PlayerConnection::onReadyRead()
         if (!open)
             return;
         if (playing)
-            runCommand(line);
+            commands.runCommand(line);
         else
             login(line);
     }
@@ -151,256 +149,12 @@ void PlayerConnection::login(const QString& line)
     server->broadcast(QByteArray(Ansi::kBrightBlack) + "Connection from " + utf8(name) +
                           ": a new fighter enters the realm." + Ansi::kReset,
                       this);
-    look({});
+    commands.look({});
     server->roomOccupantsChanged(state.roomId);
     pushMsdp();
     sendPrompt();
     regenTimer->start();
     startAmbientTimer();
-}
-
-PlayerConnection::Handler PlayerConnection::handlerFor(const QString& word)
-{
-    static const QHash<QString, Handler> handlers{
-        {QStringLiteral("look"), &PlayerConnection::look},
-        {QStringLiteral("l"), &PlayerConnection::look},
-        {QStringLiteral("say"), &PlayerConnection::say},
-        {QStringLiteral("tell"), &PlayerConnection::tell},
-        {QStringLiteral("ooc"), &PlayerConnection::ooc},
-        {QStringLiteral("chat"), &PlayerConnection::chat},
-        {QStringLiteral("score"), &PlayerConnection::score},
-        {QStringLiteral("who"), &PlayerConnection::who},
-        {QStringLiteral("kill"), &PlayerConnection::kill},
-        {QStringLiteral("k"), &PlayerConnection::kill},
-        {QStringLiteral("attack"), &PlayerConnection::attack},
-        {QStringLiteral("flee"), &PlayerConnection::flee},
-        {QStringLiteral("rest"), &PlayerConnection::rest},
-        {QStringLiteral("quit"), &PlayerConnection::quit},
-        {QStringLiteral("help"), &PlayerConnection::help},
-        {QStringLiteral("flood"), &PlayerConnection::flood},
-    };
-    return handlers.value(word, nullptr);
-}
-
-void PlayerConnection::runCommand(const QString& line)
-{
-    const QString trimmed = line.trimmed();
-    const QString word = trimmed.section(QLatin1Char(' '), 0, 0).toLower();
-    const QString argument = trimmed.section(QLatin1Char(' '), 1).trimmed();
-    const QString direction = World::direction(word);
-    if (word.isEmpty()) {
-        sendPrompt();
-        return;
-    }
-    if (!direction.isEmpty()) {
-        move(direction);
-    } else if (Handler handler = handlerFor(word)) {
-        (this->*handler)(argument);
-        if (word == QLatin1String("quit") || word == QLatin1String("flood"))
-            return; // no prompt after goodbye; a flood prompts when it ends
-    } else {
-        writeLine("Huh? Type 'help' for a list of commands.");
-    }
-    pushMsdp();
-    sendPrompt();
-}
-
-void PlayerConnection::look(const QString&)
-{
-    const Room* room = server->world().room(state.roomId);
-    if (!room)
-        return;
-    QStringList others = room->npcs + room->regulars + server->playersInRoom(room->id, this);
-    writeText(QByteArray(Ansi::kBold) + Ansi::rgb(255, 170, 60) + utf8(room->name) + Ansi::kReset + '\n' +
-              room->description);
-    writeLine(QByteArray(Ansi::kGreen) + "Exits: " + utf8(World::exitList(*room)) + Ansi::kReset);
-    writeLine(QByteArray(Ansi::kYellow) + "Also here: " + utf8(others.join(QStringLiteral(", "))) + '.' +
-              Ansi::kReset);
-}
-
-void PlayerConnection::move(const QString& direction)
-{
-    const Room* room = server->world().room(state.roomId);
-    const QString target = room ? World::exitTarget(*room, direction) : QString();
-    if (combat) {
-        writeLine("You are in the middle of a fight! Try 'flee' first.");
-        return;
-    }
-    if (target.isEmpty()) {
-        writeLine("You cannot go that way.");
-        return;
-    }
-    if (state.resting) {
-        state.resting = false;
-        writeLine("You stop meditating and get to your feet.");
-    }
-    const QString from = state.roomId;
-    server->tellRoom(from, utf8(state.name) + " leaves " + utf8(direction) + '.', this);
-    state.roomId = target;
-    state.fatigue = std::max(0, state.fatigue - 1);
-    server->tellRoom(target, utf8(state.name) + " arrives from the " + utf8(World::opposite(direction)) + '.',
-                     this);
-    look({});
-    server->roomOccupantsChanged(from);
-    server->roomOccupantsChanged(target);
-}
-
-void PlayerConnection::say(const QString& text)
-{
-    if (text.isEmpty()) {
-        writeLine("Say what?");
-        return;
-    }
-    writeLine(QByteArray(Ansi::kCyan) + "You say '" + utf8(text) + "'" + Ansi::kReset);
-    server->tellRoom(state.roomId,
-                     QByteArray(Ansi::kCyan) + utf8(state.name) + " says '" + utf8(text) + "'" + Ansi::kReset,
-                     this);
-}
-
-void PlayerConnection::tell(const QString& argument)
-{
-    const QString who = argument.section(QLatin1Char(' '), 0, 0);
-    const QString text = argument.section(QLatin1Char(' '), 1).trimmed();
-    if (who.isEmpty() || text.isEmpty()) {
-        writeLine("Tell whom what?");
-        return;
-    }
-    PlayerConnection* target = server->findPlayer(who);
-    const QString regular = server->world().findRegular(who);
-    if (target == this) {
-        writeLine("You mutter to yourself. Nobody answers.");
-    } else if (target) {
-        target->deliver(utf8(state.name) + " tells you: " + utf8(text));
-        writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(target->name()) + ": " + Ansi::kReset +
-                  utf8(text));
-    } else if (!regular.isEmpty()) {
-        writeLine(QByteArray(Ansi::kMagenta) + "You tell " + utf8(regular) + ": " + Ansi::kReset +
-                  utf8(text));
-        // The regulars are not real players, but they do answer.
-        QTimer::singleShot(kTellReplyMs, this, [this, regular] {
-            writeLine(utf8(regular) + " tells you: Ha, good one. See you at the training grounds!");
-        });
-    } else {
-        writeLine("No one called " + utf8(who) + " is playing right now.");
-    }
-}
-
-void PlayerConnection::ooc(const QString& text)
-{
-    if (text.isEmpty()) {
-        writeLine("Say what on the OOC channel?");
-        return;
-    }
-    server->broadcast(QByteArray(Ansi::kBoldMagenta) + "[OOC]" + Ansi::kReset + ' ' + utf8(state.name) +
-                      ": " + utf8(text));
-}
-
-void PlayerConnection::chat(const QString& text)
-{
-    if (text.isEmpty()) {
-        writeLine("Say what on the chat channel?");
-        return;
-    }
-    server->broadcast(QByteArray(Ansi::kBoldCyan) + "[CHAT]" + Ansi::kReset + ' ' + utf8(state.name) + ": " +
-                      utf8(text));
-}
-
-void PlayerConnection::score(const QString&)
-{
-    writeLines(state.scoreSheet());
-}
-
-void PlayerConnection::who(const QString&)
-{
-    writeLine(QByteArray(Ansi::kBold) + "Players in the realm:" + Ansi::kReset);
-    const QStringList names = server->playerNames() + server->world().regulars();
-    for (const QString& name : names)
-        writeLine("  " + utf8(name));
-}
-
-void PlayerConnection::kill(const QString& target)
-{
-    if (target.isEmpty() && !combat) {
-        writeLine("Kill whom?");
-        return;
-    }
-    attack(target);
-}
-
-void PlayerConnection::attack(const QString& target)
-{
-    if (combat) {
-        writeLine("You are already fighting the " + utf8(combat->opponentName()) + '!');
-        return;
-    }
-    const Room* room = server->world().room(state.roomId);
-    if (!room)
-        return;
-    const QString npcName = target.isEmpty() ? room->npcs.value(0) : server->world().findNpc(*room, target);
-    const Npc* npc = server->world().npc(npcName);
-    if (!npc) {
-        if (!server->world().findRegular(target).isEmpty() || server->findPlayer(target))
-            writeLine("Fighting other players is not allowed in this realm.");
-        else
-            writeLine("There is nobody called '" + utf8(target) + "' here to fight.");
-        return;
-    }
-    state.resting = false;
-    combat.emplace(*npc);
-    writeLine(QByteArray(Ansi::kBoldRed) + "You attack the " + utf8(npc->name) + '!' + Ansi::kReset);
-    server->tellRoom(state.roomId, utf8(state.name) + " attacks the " + utf8(npc->name) + '!', this);
-    combatTimer->start();
-}
-
-void PlayerConnection::flee(const QString&)
-{
-    if (!combat) {
-        writeLine("You are not fighting anyone.");
-        return;
-    }
-    writeLine(QByteArray(Ansi::kYellow) + "You flee from the " + utf8(combat->opponentName()) +
-              ", heart pounding!" + Ansi::kReset);
-    endFight();
-}
-
-void PlayerConnection::rest(const QString&)
-{
-    if (combat)
-        writeLine("You cannot rest in the middle of a fight!");
-    else if (state.isRested())
-        writeLine("You are already fully rested.");
-    else if (state.resting)
-        writeLine("You are already meditating.");
-    else {
-        state.resting = true;
-        writeLine(QByteArray(Ansi::kGreen) + "You sit down cross-legged and begin to meditate." +
-                  Ansi::kReset);
-    }
-}
-
-void PlayerConnection::quit(const QString&)
-{
-    writeLine("Goodbye, " + utf8(state.name) + ". Come back soon!");
-    // Pending output is still sent before the link closes.
-    socket->disconnectFromHost();
-}
-
-void PlayerConnection::help(const QString&)
-{
-    const QList<QByteArray> lines{
-        QByteArray(Ansi::kBold) + "Commands:" + Ansi::kReset,
-        "  look (l)                 describe the room",
-        "  north south east west up down (n s e w u d)",
-        "  say <text>               speak to the room",
-        "  tell <name> <text>       speak to one player",
-        "  ooc <text>, chat <text>  speak on a public channel",
-        "  score, who               your character; who is playing",
-        "  kill <target>, attack    fight someone in the room",
-        "  flee, rest               leave a fight; recover ki and fatigue",
-        "  flood <n>                send n lines of game text at full speed",
-        "  quit                     leave the game",
-    };
-    writeLines(lines);
 }
 
 void PlayerConnection::flood(const QString& count)

@@ -9,6 +9,7 @@
 #include "tools/olvex-demo-server/AmbientChatter.h"
 #include "tools/olvex-demo-server/ClientTelnet.h"
 #include "tools/olvex-demo-server/Combat.h"
+#include "tools/olvex-demo-server/CommandInterpreter.h"
 #include "tools/olvex-demo-server/MsdpReporter.h"
 #include "tools/olvex-demo-server/PlayerState.h"
 #include "tools/olvex-demo-server/TelnetInput.h"
@@ -18,10 +19,10 @@ class FloodWriter;
 class QTcpSocket;
 class QTimer;
 
-// One connected client: asks for a name, then runs the player's commands,
-// fights, regeneration and background chatter, and keeps the client's MSDP
-// table up to date. The server deletes it (later, through the event loop)
-// once its socket is gone, so every path here may find the socket closed.
+// One connected client: asks for a name, then hands the player's commands to
+// its CommandInterpreter, runs fight rounds, regeneration and background
+// chatter, and keeps the client's MSDP table up to date. The server deletes it (later, through the event
+// loop) once its socket is gone, so every path here may find the socket closed.
 class PlayerConnection final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PlayerConnection)
@@ -44,7 +45,9 @@ signals:
     void closed(PlayerConnection* player);
 
 private:
-    using Handler = void (PlayerConnection::*)(const QString& argument);
+    // The interpreter is this connection's game half: it reads and changes the
+    // character, the fight and the output kept here.
+    friend class CommandInterpreter;
 
     void onReadyRead();
     void onDisconnected();
@@ -54,23 +57,7 @@ private:
 
     void greet();
     void login(const QString& line);
-    void runCommand(const QString& line);
-    static Handler handlerFor(const QString& word);
-
-    void look(const QString& argument);
-    void move(const QString& direction);
-    void say(const QString& text);
-    void tell(const QString& argument);
-    void ooc(const QString& text);
-    void chat(const QString& text);
-    void score(const QString& argument);
-    void who(const QString& argument);
-    void kill(const QString& target);
-    void attack(const QString& target);
-    void flee(const QString& argument);
-    void rest(const QString& argument);
-    void quit(const QString& argument);
-    void help(const QString& argument);
+    // Sends the given number of lines at full speed, then a prompt.
     void flood(const QString& count);
 
     void endFight();
@@ -94,6 +81,7 @@ private:
     ClientTelnet telnet;
     MsdpReporter msdp;
     AmbientChatter chatter;
+    CommandInterpreter commands{*this};
     PlayerState state;
     std::optional<Combat> combat;
     QRandomGenerator random;

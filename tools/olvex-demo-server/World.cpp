@@ -16,6 +16,13 @@ QPair<QString, QString> exit(const char* direction, const char* roomId)
 
 World::World()
 {
+    addTownRooms();
+    addOuterRooms();
+    addNpcs();
+}
+
+void World::addTownRooms()
+{
     using namespace Ansi;
     addRoom({QStringLiteral("plaza"),
              QStringLiteral("Sunstone Plaza"),
@@ -53,6 +60,13 @@ World::World()
              {exit("east", "plaza"), exit("down", "caverns")},
              {QStringLiteral("Master_Onji")},
              {}});
+}
+
+// The rooms away from the streets: the wastes, the tower and the caverns
+// under the dojo.
+void World::addOuterRooms()
+{
+    using namespace Ansi;
     addRoom({QStringLiteral("wastes"),
              QStringLiteral("Red Wastes"),
              QByteArray(fg256(166)) + "Rust-coloured dust whips across broken mesas. Scorched " +
@@ -78,7 +92,10 @@ World::World()
              {exit("up", "dojo")},
              {QStringLiteral("Golem")},
              {}});
+}
 
+void World::addNpcs()
+{
     addNpc({QStringLiteral("Guard"), 900, 40, QStringLiteral("a heavy halberd"), 120});
     addNpc({QStringLiteral("Sparbot"), 600, 25, QStringLiteral("a padded steel fist"), 80});
     addNpc({QStringLiteral("Merchant"), 300, 15, QStringLiteral("a rolled-up ledger"), 40});

@@ -50,6 +50,9 @@ public:
     QString findRegular(const QString& name) const;
 
 private:
+    void addTownRooms();
+    void addOuterRooms();
+    void addNpcs();
     void addRoom(Room room);
     void addNpc(Npc npc);
 
