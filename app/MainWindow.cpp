@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QJsonArray>
+#include <QKeyEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPainter>
@@ -25,6 +26,12 @@
 #include "ui/HelpDialog.h"
 #include "ui/SettingsDialog.h"
 #include "ui/Theme.h"
+
+namespace {
+
+const QKeySequence kQuitKey(Qt::CTRL | Qt::Key_Q);
+
+} // namespace
 
 MainWindow::MainWindow()
 {
@@ -70,12 +77,12 @@ void MainWindow::setupMenuBar()
     connect(file->addAction(QStringLiteral("Export Profile")), &QAction::triggered, this,
             &MainWindow::onExportProfile);
     file->addSeparator();
-    QAction* quit = file->addAction(QStringLiteral("Quit"));
+    quitAction = file->addAction(QStringLiteral("Quit"));
     // Spelled out: QKeySequence::Quit is empty on platforms without a quit key.
-    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quitAction->setShortcut(kQuitKey);
     // Ctrl+Q quits from any window of the client, the script editor's too.
-    quit->setShortcutContext(Qt::ApplicationShortcut);
-    connect(quit, &QAction::triggered, this, &QWidget::close);
+    quitAction->setShortcutContext(Qt::ApplicationShortcut);
+    connect(quitAction, &QAction::triggered, this, &QWidget::close);
 
     QAction* help = menuBar()->addMenu(QStringLiteral("Tools"))->addAction(QStringLiteral("Help"));
     connect(help, &QAction::triggered, this, &MainWindow::onHelp);
@@ -99,6 +106,17 @@ void MainWindow::closeEvent(QCloseEvent* event)
     event->accept();
     // Other top-level windows (a script editor) must not keep the program alive.
     QCoreApplication::quit();
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    const bool next = event->key() == Qt::Key_PageDown;
+    if (event->modifiers() != Qt::ControlModifier || (!next && event->key() != Qt::Key_PageUp)) {
+        QMainWindow::keyPressEvent(event);
+        return;
+    }
+    const int count = tabs->count();
+    tabs->setCurrentIndex((tabs->currentIndex() + (next ? 1 : count - 1)) % count);
 }
 
 bool MainWindow::confirm(const QString& title, const QString& text)
@@ -149,6 +167,7 @@ GameScreen* MainWindow::addScreen(GameSession* session)
     connect(session, &GameSession::connected, this, [markDown] { markDown(false); });
     connect(session, &GameSession::disconnected, this, [markDown] { markDown(true); });
     connect(session->getConnection(), &MudConnection::error, this, [markDown] { markDown(true); });
+    connect(screen, &GameScreen::boundKeysChanged, this, &MainWindow::updateQuitShortcut);
     connect(screen, &GameScreen::outputArrived, this,
             [this, screen](bool highlighted) { onOutputArrived(screen, highlighted); });
     if (auto* splitter = screen->findChild<QSplitter*>(QString(), Qt::FindDirectChildrenOnly)) {
@@ -323,6 +342,7 @@ void MainWindow::onOutputArrived(GameScreen* screen, bool highlighted)
 
 void MainWindow::onCurrentTabChanged(int index)
 {
+    updateQuitShortcut();
     auto* screen = qobject_cast<GameScreen*>(tabs->widget(index));
     if (!screen)
         return;
@@ -330,6 +350,15 @@ void MainWindow::onCurrentTabChanged(int index)
     const auto it = screens.find(screen->getSession()->getCharacter().key());
     if (it != screens.end() && it->activity != 0)
         showActivity(index, it->activity = 0);
+}
+
+void MainWindow::updateQuitShortcut()
+{
+    // Two shortcuts on one key cancel each other out; a player who bound
+    // Ctrl+Q asked for that binding, and File > Quit still works.
+    const auto* screen = qobject_cast<GameScreen*>(tabs->currentWidget());
+    const bool bound = screen && screen->boundKeys().contains(kQuitKey);
+    quitAction->setShortcut(bound ? QKeySequence() : kQuitKey);
 }
 
 void MainWindow::showActivity(int index, int level)

@@ -15,6 +15,8 @@ class GameScreen;
 class GameSession;
 class HelpDialog;
 class ProfileTransfer;
+class QAction;
+class QKeyEvent;
 class QTabWidget;
 
 // The one top-level window: the character list in the first tab and one tab
@@ -40,6 +42,9 @@ public slots:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    // Ctrl+PageUp / Ctrl+PageDown switch session tabs from wherever the
+    // focus is; the widgets on the way leave them alone.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void closeSession(const QString& key);
@@ -60,6 +65,8 @@ private:
     void onOutputArrived(GameScreen* screen, bool highlighted);
     void onCurrentTabChanged(int index);
     void showActivity(int index, int level);
+    // Ctrl+Q quits unless the session in front binds that key itself.
+    void updateQuitShortcut();
     void fitToScreen();
     void restoreWindowState();
     void saveWindowState();
@@ -82,6 +89,7 @@ private:
     CharacterDialog* characterDialog = nullptr;
     ProfileTransfer* profileTransfer = nullptr;
     QPointer<HelpDialog> helpDialog;
+    QAction* quitAction = nullptr;
     // The game screens' output/side panel split, shared by all and kept.
     QList<int> splitterSizes;
 };
