@@ -327,9 +327,9 @@ void GameScreen::onCommandEntered(const QString& line)
     // Shown as typed, in a colour of its own, and never seen by the triggers.
     if (!secret && conveniencesEnabled() && SettingsDialog::storedEchoInput(session->getCharacter()))
         terminal->appendAnsiText(ClientLines::commandEcho(line));
-    // An empty line is a real command to the game (it often redraws the prompt).
     typedNoticeShown = false;
     typingCommand = true;
+    // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
     typingCommand = false;
     if (!secret)
