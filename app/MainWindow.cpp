@@ -3,7 +3,6 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QJsonArray>
-#include <QKeyEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPainter>
@@ -28,8 +27,6 @@
 #include "ui/Theme.h"
 
 namespace {
-
-const QKeySequence kQuitKey(Qt::CTRL | Qt::Key_Q);
 
 } // namespace
 
@@ -77,12 +74,12 @@ void MainWindow::setupMenuBar()
     connect(file->addAction(QStringLiteral("Export Profile")), &QAction::triggered, this,
             &MainWindow::onExportProfile);
     file->addSeparator();
-    quitAction = file->addAction(QStringLiteral("Quit"));
     // Spelled out: QKeySequence::Quit is empty on platforms without a quit key.
-    quitAction->setShortcut(kQuitKey);
+    QAction* quit = addWindowKey(file->addAction(QStringLiteral("Quit")), QKeySequence(Qt::CTRL | Qt::Key_Q));
     // Ctrl+Q quits from any window of the client, the script editor's too.
-    quitAction->setShortcutContext(Qt::ApplicationShortcut);
-    connect(quitAction, &QAction::triggered, this, &QWidget::close);
+    quit->setShortcutContext(Qt::ApplicationShortcut);
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+    addTabSwitchKeys();
 
     QAction* help = menuBar()->addMenu(QStringLiteral("Tools"))->addAction(QStringLiteral("Help"));
     connect(help, &QAction::triggered, this, &MainWindow::onHelp);
@@ -108,15 +105,26 @@ void MainWindow::closeEvent(QCloseEvent* event)
     QCoreApplication::quit();
 }
 
-void MainWindow::keyPressEvent(QKeyEvent* event)
+void MainWindow::addTabSwitchKeys()
 {
-    const bool next = event->key() == Qt::Key_PageDown;
-    if (event->modifiers() != Qt::ControlModifier || (!next && event->key() != Qt::Key_PageUp)) {
-        QMainWindow::keyPressEvent(event);
-        return;
+    // Shortcuts, not key presses: a list or text box in a tab would take
+    // PageUp/PageDown with Ctrl for itself before the window saw them.
+    for (const bool next : {false, true}) {
+        auto* action = new QAction(next ? QStringLiteral("Next Tab") : QStringLiteral("Previous Tab"), this);
+        addWindowKey(action, QKeySequence(Qt::CTRL | (next ? Qt::Key_PageDown : Qt::Key_PageUp)));
+        addAction(action);
+        connect(action, &QAction::triggered, this, [this, next] {
+            const int count = tabs->count();
+            tabs->setCurrentIndex((tabs->currentIndex() + (next ? 1 : count - 1)) % count);
+        });
     }
-    const int count = tabs->count();
-    tabs->setCurrentIndex((tabs->currentIndex() + (next ? 1 : count - 1)) % count);
+}
+
+QAction* MainWindow::addWindowKey(QAction* action, const QKeySequence& key)
+{
+    action->setShortcut(key);
+    windowKeys.append({action, key});
+    return action;
 }
 
 bool MainWindow::confirm(const QString& title, const QString& text)
@@ -167,7 +175,7 @@ GameScreen* MainWindow::addScreen(GameSession* session)
     connect(session, &GameSession::connected, this, [markDown] { markDown(false); });
     connect(session, &GameSession::disconnected, this, [markDown] { markDown(true); });
     connect(session->getConnection(), &MudConnection::error, this, [markDown] { markDown(true); });
-    connect(screen, &GameScreen::boundKeysChanged, this, &MainWindow::updateQuitShortcut);
+    connect(screen, &GameScreen::boundKeysChanged, this, &MainWindow::updateWindowKeys);
     connect(screen, &GameScreen::outputArrived, this,
             [this, screen](bool highlighted) { onOutputArrived(screen, highlighted); });
     if (auto* splitter = screen->findChild<QSplitter*>(QString(), Qt::FindDirectChildrenOnly)) {
@@ -342,7 +350,7 @@ void MainWindow::onOutputArrived(GameScreen* screen, bool highlighted)
 
 void MainWindow::onCurrentTabChanged(int index)
 {
-    updateQuitShortcut();
+    updateWindowKeys();
     auto* screen = qobject_cast<GameScreen*>(tabs->widget(index));
     if (!screen)
         return;
@@ -352,13 +360,13 @@ void MainWindow::onCurrentTabChanged(int index)
         showActivity(index, it->activity = 0);
 }
 
-void MainWindow::updateQuitShortcut()
+void MainWindow::updateWindowKeys()
 {
-    // Two shortcuts on one key cancel each other out; a player who bound
-    // Ctrl+Q asked for that binding, and File > Quit still works.
+    // Two shortcuts on one key cancel each other out; a player who bound the
+    // key asked for that binding (File > Quit stays in the menu).
     const auto* screen = qobject_cast<GameScreen*>(tabs->currentWidget());
-    const bool bound = screen && screen->boundKeys().contains(kQuitKey);
-    quitAction->setShortcut(bound ? QKeySequence() : kQuitKey);
+    for (const auto& [action, key] : std::as_const(windowKeys))
+        action->setShortcut(screen && screen->boundKeys().contains(key) ? QKeySequence() : key);
 }
 
 void MainWindow::showActivity(int index, int level)

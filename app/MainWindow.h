@@ -16,7 +16,6 @@ class GameSession;
 class HelpDialog;
 class ProfileTransfer;
 class QAction;
-class QKeyEvent;
 class QTabWidget;
 
 // The one top-level window: the character list in the first tab and one tab
@@ -42,9 +41,6 @@ public slots:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    // Ctrl+PageUp / Ctrl+PageDown switch session tabs from wherever the
-    // focus is; the widgets on the way leave them alone.
-    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void closeSession(const QString& key);
@@ -65,8 +61,12 @@ private:
     void onOutputArrived(GameScreen* screen, bool highlighted);
     void onCurrentTabChanged(int index);
     void showActivity(int index, int level);
-    // Ctrl+Q quits unless the session in front binds that key itself.
-    void updateQuitShortcut();
+    // Ctrl+PageUp / Ctrl+PageDown: the tab before or after the one in front.
+    void addTabSwitchKeys();
+    QAction* addWindowKey(QAction* action, const QKeySequence& key);
+    // The window's own keys (Quit, tab switching) work unless the session
+    // in front binds the same key itself.
+    void updateWindowKeys();
     void fitToScreen();
     void restoreWindowState();
     void saveWindowState();
@@ -89,7 +89,8 @@ private:
     CharacterDialog* characterDialog = nullptr;
     ProfileTransfer* profileTransfer = nullptr;
     QPointer<HelpDialog> helpDialog;
-    QAction* quitAction = nullptr;
+    // Each action with the key it has while no key binding takes that key.
+    QList<QPair<QAction*, QKeySequence>> windowKeys;
     // The game screens' output/side panel split, shared by all and kept.
     QList<int> splitterSizes;
 };

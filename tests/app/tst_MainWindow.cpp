@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -468,11 +469,13 @@ void tst_MainWindow::backgroundTabsShowNewOutput()
     QTRY_VERIFY((toldBob += toBob->readAll()).endsWith("say bye\r\n"));
     QVERIFY(window.isVisible());
 
-    // Ctrl+PageDown / Ctrl+PageUp from the input line walk the tabs, around the end.
+    // Ctrl+PageDown / Ctrl+PageUp walk the tabs, around the end, from the
+    // input line and from a list that takes PageDown for itself.
     QTest::keyClick(bobInput, Qt::Key_PageDown, Qt::ControlModifier);
     QCOMPARE(tabs->currentIndex(), bobTab + 1);
-    QTest::keyClick(window.getScreen(ann.key())->findChild<CommandInput*>(), Qt::Key_PageDown,
-                    Qt::ControlModifier);
+    auto* annList = window.getScreen(ann.key())->findChild<QListWidget*>();
+    annList->setFocus();
+    QTest::keyClick(annList, Qt::Key_PageDown, Qt::ControlModifier);
     QCOMPARE(tabs->currentIndex(), 0);
     QTest::keyClick(tabs->currentWidget(), Qt::Key_PageUp, Qt::ControlModifier);
     QCOMPARE(tabs->currentWidget(), window.getScreen(ann.key()));
