@@ -31,6 +31,15 @@ QLineEdit* lineEdit(GameScreen& screen, const QString& placeholder = "Enter comm
     return nullptr;
 }
 
+QPushButton* reconnectButton(GameScreen& screen)
+{
+    for (QPushButton* button : screen.findChildren<QPushButton*>()) {
+        if (button->text() == "Reconnect")
+            return button;
+    }
+    return nullptr;
+}
+
 QLabel* labelStartingWith(QWidget& root, const QString& prefix)
 {
     for (QLabel* label : root.findChildren<QLabel*>()) {
@@ -393,11 +402,7 @@ void tst_GameScreen::reconnectKeepsScrollback()
     QVERIFY(QTest::qWaitForWindowExposed(&screen));
     QSignalSpy states(&screen, &GameScreen::connectionStateChanged);
     QSignalSpy output(&screen, &GameScreen::outputArrived);
-    QPushButton* reconnect = nullptr;
-    for (QPushButton* button : screen.findChildren<QPushButton*>()) {
-        if (button->text() == "Reconnect")
-            reconnect = button;
-    }
+    QPushButton* reconnect = reconnectButton(screen);
     QVERIFY(reconnect && !reconnect->isVisible());
 
     Peer peer = acceptPeer(*server, session);
@@ -458,11 +463,7 @@ void tst_GameScreen::linkProblemsAreReported()
     QTRY_VERIFY(terminal->toPlainText().contains(error));
     const QTextBlock errorLine = terminal->document()->find(error).block();
     QCOMPARE(errorLine.begin().fragment().charFormat().foreground().color(), QColor(Theme::kErrorColor));
-    QPushButton* reconnect = nullptr;
-    for (QPushButton* button : screen.findChildren<QPushButton*>()) {
-        if (button->text() == "Reconnect")
-            reconnect = button;
-    }
+    QPushButton* reconnect = reconnectButton(screen);
     QVERIFY(reconnect && reconnect->isVisible());
 
     // Every typed line is answered; the timer that keeps firing, once.
