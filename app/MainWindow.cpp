@@ -26,6 +26,10 @@
 #include "ui/SettingsDialog.h"
 #include "ui/Theme.h"
 
+namespace {
+
+} // namespace
+
 MainWindow::MainWindow()
 {
     setWindowTitle(QStringLiteral("Olvex Desktop Client"));
@@ -70,12 +74,12 @@ void MainWindow::setupMenuBar()
     connect(file->addAction(QStringLiteral("Export Profile")), &QAction::triggered, this,
             &MainWindow::onExportProfile);
     file->addSeparator();
-    QAction* quit = file->addAction(QStringLiteral("Quit"));
     // Spelled out: QKeySequence::Quit is empty on platforms without a quit key.
-    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    QAction* quit = addWindowKey(file->addAction(QStringLiteral("Quit")), QKeySequence(Qt::CTRL | Qt::Key_Q));
     // Ctrl+Q quits from any window of the client, the script editor's too.
     quit->setShortcutContext(Qt::ApplicationShortcut);
     connect(quit, &QAction::triggered, this, &QWidget::close);
+    addTabSwitchKeys();
 
     QAction* help = menuBar()->addMenu(QStringLiteral("Tools"))->addAction(QStringLiteral("Help"));
     connect(help, &QAction::triggered, this, &MainWindow::onHelp);
@@ -99,6 +103,28 @@ void MainWindow::closeEvent(QCloseEvent* event)
     event->accept();
     // Other top-level windows (a script editor) must not keep the program alive.
     QCoreApplication::quit();
+}
+
+void MainWindow::addTabSwitchKeys()
+{
+    // Shortcuts, not key presses: a list or text box in a tab would take
+    // PageUp/PageDown with Ctrl for itself before the window saw them.
+    for (const bool next : {false, true}) {
+        auto* action = new QAction(next ? QStringLiteral("Next Tab") : QStringLiteral("Previous Tab"), this);
+        addWindowKey(action, QKeySequence(Qt::CTRL | (next ? Qt::Key_PageDown : Qt::Key_PageUp)));
+        addAction(action);
+        connect(action, &QAction::triggered, this, [this, next] {
+            const int count = tabs->count();
+            tabs->setCurrentIndex((tabs->currentIndex() + (next ? 1 : count - 1)) % count);
+        });
+    }
+}
+
+QAction* MainWindow::addWindowKey(QAction* action, const QKeySequence& key)
+{
+    action->setShortcut(key);
+    windowKeys.append({action, key});
+    return action;
 }
 
 bool MainWindow::confirm(const QString& title, const QString& text)
@@ -149,6 +175,7 @@ GameScreen* MainWindow::addScreen(GameSession* session)
     connect(session, &GameSession::connected, this, [markDown] { markDown(false); });
     connect(session, &GameSession::disconnected, this, [markDown] { markDown(true); });
     connect(session->getConnection(), &MudConnection::error, this, [markDown] { markDown(true); });
+    connect(screen, &GameScreen::boundKeysChanged, this, &MainWindow::updateWindowKeys);
     connect(screen, &GameScreen::outputArrived, this,
             [this, screen](bool highlighted) { onOutputArrived(screen, highlighted); });
     if (auto* splitter = screen->findChild<QSplitter*>(QString(), Qt::FindDirectChildrenOnly)) {
@@ -323,6 +350,7 @@ void MainWindow::onOutputArrived(GameScreen* screen, bool highlighted)
 
 void MainWindow::onCurrentTabChanged(int index)
 {
+    updateWindowKeys();
     auto* screen = qobject_cast<GameScreen*>(tabs->widget(index));
     if (!screen)
         return;
@@ -330,6 +358,15 @@ void MainWindow::onCurrentTabChanged(int index)
     const auto it = screens.find(screen->getSession()->getCharacter().key());
     if (it != screens.end() && it->activity != 0)
         showActivity(index, it->activity = 0);
+}
+
+void MainWindow::updateWindowKeys()
+{
+    // Two shortcuts on one key cancel each other out; a player who bound the
+    // key asked for that binding (File > Quit stays in the menu).
+    const auto* screen = qobject_cast<GameScreen*>(tabs->currentWidget());
+    for (const auto& [action, key] : std::as_const(windowKeys))
+        action->setShortcut(screen && screen->boundKeys().contains(key) ? QKeySequence() : key);
 }
 
 void MainWindow::showActivity(int index, int level)

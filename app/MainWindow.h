@@ -15,6 +15,7 @@ class GameScreen;
 class GameSession;
 class HelpDialog;
 class ProfileTransfer;
+class QAction;
 class QTabWidget;
 
 // The one top-level window: the character list in the first tab and one tab
@@ -60,6 +61,12 @@ private:
     void onOutputArrived(GameScreen* screen, bool highlighted);
     void onCurrentTabChanged(int index);
     void showActivity(int index, int level);
+    // Ctrl+PageUp / Ctrl+PageDown: the tab before or after the one in front.
+    void addTabSwitchKeys();
+    QAction* addWindowKey(QAction* action, const QKeySequence& key);
+    // The window's own keys (Quit, tab switching) work unless the session
+    // in front binds the same key itself.
+    void updateWindowKeys();
     void fitToScreen();
     void restoreWindowState();
     void saveWindowState();
@@ -82,6 +89,8 @@ private:
     CharacterDialog* characterDialog = nullptr;
     ProfileTransfer* profileTransfer = nullptr;
     QPointer<HelpDialog> helpDialog;
+    // Each action with the key it has while no key binding takes that key.
+    QList<QPair<QAction*, QKeySequence>> windowKeys;
     // The game screens' output/side panel split, shared by all and kept.
     QList<int> splitterSizes;
 };

@@ -7,6 +7,7 @@
 #include <QTabWidget>
 
 #include "session/GameSession.h"
+#include "terminal/TerminalWidget.h"
 #include "ui/GameScreen.h"
 
 namespace {
@@ -36,15 +37,15 @@ SessionMenu::SessionMenu(QMenu* menu, QTabWidget* tabs)
     connect(logToFile, &QAction::triggered, this, &SessionMenu::onLogToFile);
     connect(timestamps, &QAction::triggered, this, [this](bool on) {
         if (GameScreen* screen = current())
-            screen->setTimestampsEnabled(on);
+            screen->getTerminal()->setTimestamps(on);
     });
     connect(freeze, &QAction::triggered, this, [this](bool on) {
         if (GameScreen* screen = current())
-            screen->setOutputFrozen(on);
+            screen->getTerminal()->setFrozen(on);
     });
     connect(clear, &QAction::triggered, this, [this] {
         if (GameScreen* screen = current())
-            screen->clearOutput();
+            screen->getTerminal()->clearTerminal();
     });
     connect(menu, &QMenu::aboutToShow, this, &SessionMenu::refresh);
     connect(tabs, &QTabWidget::currentChanged, this, &SessionMenu::refresh);
@@ -61,9 +62,10 @@ void SessionMenu::refresh()
     GameScreen* screen = current();
     for (QAction* action : {reconnect, logToFile, timestamps, freeze, clear})
         action->setEnabled(screen != nullptr);
-    logToFile->setText(screen && screen->isLogging() ? kStopLogging : kLogToFile);
-    timestamps->setChecked(screen && screen->timestampsEnabled());
-    freeze->setChecked(screen && screen->isOutputFrozen());
+    TerminalWidget* terminal = screen ? screen->getTerminal() : nullptr;
+    logToFile->setText(terminal && terminal->getLogging() ? kStopLogging : kLogToFile);
+    timestamps->setChecked(terminal && terminal->getTimestamps());
+    freeze->setChecked(terminal && terminal->isFrozen());
 }
 
 void SessionMenu::onLogToFile()
@@ -71,8 +73,9 @@ void SessionMenu::onLogToFile()
     GameScreen* screen = current();
     if (!screen)
         return;
-    if (screen->isLogging()) {
-        screen->setLogFile(QString());
+    TerminalWidget* terminal = screen->getTerminal();
+    if (terminal->getLogging()) {
+        terminal->setLogging(false, QString());
         refresh();
         return;
     }
@@ -82,8 +85,8 @@ void SessionMenu::onLogToFile()
                                      QStringLiteral("Log files (*.log *.txt);;All files (*)"));
     if (path.isEmpty())
         return;
-    screen->setLogFile(path);
-    if (!screen->isLogging())
+    terminal->setLogging(true, path);
+    if (!terminal->getLogging())
         QMessageBox::warning(tabs->window(), QStringLiteral("Log to File"),
                              QStringLiteral("Could not open %1 for writing.").arg(path));
     refresh();

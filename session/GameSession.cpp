@@ -164,6 +164,7 @@ void GameSession::setFeatureEnabled(GameFeature feature, bool enabled)
         codes.append(static_cast<int>(f));
     storage->setEnabledFeatures(character, codes);
     applyFeatures();
+    emit featuresChanged();
 }
 
 void GameSession::onMudConnected()

@@ -87,6 +87,8 @@ signals:
     void commandNotSent(const QString& command);
     // The server took over (true) or gave back (false) echoing typed text.
     void serverEchoChanged(bool serverEchoes);
+    // A feature was switched on or off (the screen follows some of them).
+    void featuresChanged();
 
 public slots:
     void onMudConnected();

@@ -8,6 +8,8 @@
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSplitter>
+#include <QTextBlock>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -16,12 +18,14 @@
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "terminal/AnsiParser.h"
+#include "terminal/TerminalSize.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/ChannelPanel.h"
 #include "ui/ClientLines.h"
 #include "ui/CommandInput.h"
 #include "ui/FindBar.h"
 #include "ui/GameToolbar.h"
+#include "ui/KeyBindingShortcuts.h"
 #include "ui/MsdpViewer.h"
 #include "ui/ScriptEditor.h"
 #include "ui/SettingsDialog.h"
@@ -42,7 +46,7 @@ GameScreen::GameScreen(GameSession* session, QWidget* parent)
 {
     setupUi();
     wireSignals();
-    session->connect();
+    startConnecting();
 }
 
 GameScreen::~GameScreen()
@@ -60,6 +64,7 @@ void GameScreen::setupUi()
     terminal->setFontSize(Storage::instance()->getInt(kFontSizeKey, Theme::kDefaultFontSize));
     terminal->setAccessibleName(tr("Game output"));
     terminal->installEventFilter(this);
+    terminal->viewport()->installEventFilter(this); // its resizes change the size told to the server
 
     input = new CommandInput(this);
     input->setPlaceholderText(QStringLiteral("Enter command..."));
@@ -68,6 +73,9 @@ void GameScreen::setupUi()
     input->setHistory(&history);
     sendButton = new QPushButton(QStringLiteral("Send"), this);
     sendButton->setAutoDefault(false);
+    // Return sends already; a Send button in the Tab walk would turn the next
+    // space typed into a press that sends a half-typed line.
+    sendButton->setFocusPolicy(Qt::NoFocus);
 
     auto* inputRow = new QHBoxLayout;
     inputRow->setSpacing(6);
@@ -103,14 +111,15 @@ void GameScreen::setupUi()
     addScreenShortcuts();
 }
 
-// One Tab cycle through every control, in reading order: toolbar, output,
-// find bar, input line, side tabs. Shift+Tab walks the same chain backwards.
+// One Tab cycle through every control: input line, output, side tabs,
+// toolbar, find bar. Shift+Tab walks the same chain backwards. Tab from the
+// input line lands on the output, where typing still goes to the input line.
 void GameScreen::setupFocusChain()
 {
     terminal->setFocusPolicy(Qt::StrongFocus);
     terminal->setTabChangesFocus(true);
-    const QList<QWidget*> chain = toolbar->focusOrder() + QList<QWidget*>{terminal} + findBar->focusOrder() +
-                                  QList<QWidget*>{input, sendButton} + sidePanel->focusOrder();
+    const QList<QWidget*> chain = QList<QWidget*>{input, terminal} + sidePanel->focusOrder() +
+                                  toolbar->focusOrder() + findBar->focusOrder();
     for (qsizetype i = 1; i < chain.size(); ++i)
         setTabOrder(chain.at(i - 1), chain.at(i));
 }
@@ -140,7 +149,9 @@ void GameScreen::addScreenShortcuts()
     auto* reconnectShortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_R), this);
     reconnectShortcut->setContext(Qt::WindowShortcut);
     connect(reconnectShortcut, &QShortcut::activated, this, &GameScreen::reconnect);
-    screenShortcuts = {findShortcut, escape, clear, reconnectShortcut};
+    keyShortcuts = new KeyBindingShortcuts(this, {findShortcut, escape, clear, reconnectShortcut});
+    connect(keyShortcuts, &KeyBindingShortcuts::activated, session, &GameSession::triggerKeyBinding);
+    connect(keyShortcuts, &KeyBindingShortcuts::boundKeysChanged, this, &GameScreen::boundKeysChanged);
 }
 
 void GameScreen::wireSignals()
@@ -151,6 +162,16 @@ void GameScreen::wireSignals()
     connect(session, &GameSession::msdpUpdated, sidePanel, &SidePanel::onMsdpUpdated);
     connect(session, &GameSession::channelMessage, this, &GameScreen::onChannelMessage);
     connect(session, &GameSession::keyBindingsChanged, this, &GameScreen::onKeyBindingsChanged);
+    connect(session, &GameSession::connectionError, this, &GameScreen::onConnectionError);
+    connect(session, &GameSession::commandNotSent, this, &GameScreen::onCommandNotSent);
+    connect(session, &GameSession::serverEchoChanged, this, &GameScreen::onServerEchoChanged);
+    connect(session, &GameSession::featuresChanged, this, &GameScreen::applyFeatures);
+    connectWait = new QTimer(this);
+    connectWait->setSingleShot(true);
+    connectWait->setInterval(kConnectWaitMs);
+    connect(connectWait, &QTimer::timeout, this, &GameScreen::onConnectWaitExpired);
+    // The attempt ended (refused, not found); no "still trying" after that.
+    connect(session, &GameSession::connectionError, connectWait, &QTimer::stop);
     connect(terminal, &TerminalWidget::frozenChanged, this, &GameScreen::onTerminalFrozenChanged);
     connect(terminal, &TerminalWidget::fontSizeChanged, this, &GameScreen::onTerminalFontSizeChanged);
     connect(findBar, &FindBar::closed, input, qOverload<>(&QWidget::setFocus));
@@ -172,10 +193,52 @@ void GameScreen::wireSignals()
 
     // The session announced its bindings before this screen existed.
     onKeyBindingsChanged(session->getScriptEngine()->scripts().keyBindings);
+    applyFeatures();
+}
+
+void GameScreen::applyFeatures()
+{
+    // Standard telnet shows a prompt before its line is complete; the rest of
+    // the line then completes the same terminal line.
+    terminal->setLinesStayOpen(session->isFeatureEnabled(GameFeature::StandardTelnet));
+    terminal->setLinksEnabled(conveniencesEnabled());
+}
+
+void GameScreen::tellWindowSize()
+{
+    const int margins = 2 * int(terminal->document()->documentMargin());
+    const QSize size =
+        TerminalSize::inCharacters(terminal->font(), terminal->viewport()->size() - QSize(margins, margins),
+                                   terminal->document()->lastBlock().blockFormat());
+    session->setWindowSize(size.width(), size.height());
+}
+
+void GameScreen::startConnecting()
+{
+    tellWindowSize();
+    connectWait->start();
+    session->connect();
+}
+
+void GameScreen::onConnectWaitExpired()
+{
+    // The system gives up on a silent host only after about two minutes. The
+    // attempt goes on, but the player learns now and may start it again.
+    if (session->isConnected())
+        return;
+    onConnectionError(
+        tr("no answer after %1 s, still trying (Ctrl+R tries again)").arg(kConnectWaitMs / 1000));
+}
+
+const QList<QKeySequence>& GameScreen::boundKeys() const
+{
+    return keyShortcuts->boundKeys();
 }
 
 void GameScreen::onSessionConnected()
 {
+    connectWait->stop();
+    scriptNoticeShown = false;
     terminal->appendAnsiText(ClientLines::connected());
     toolbar->setConnected(true);
     emit connectionStateChanged(true);
@@ -200,7 +263,10 @@ void GameScreen::onConnectionError(const QString& message)
 
 void GameScreen::onCommandNotSent(const QString& command)
 {
-    terminal->appendAnsiText(ClientLines::commandNotSent(command));
+    // A timer firing offline would otherwise write a line every few seconds.
+    bool& shown = typingCommand ? typedNoticeShown : scriptNoticeShown;
+    if (!std::exchange(shown, true))
+        terminal->appendAnsiText(ClientLines::commandNotSent(command));
 }
 
 void GameScreen::onServerEchoChanged(bool serverEchoes)
@@ -214,6 +280,7 @@ void GameScreen::onServerEchoChanged(bool serverEchoes)
 void GameScreen::onTerminalFontSizeChanged(int size)
 {
     Storage::instance()->putInt(kFontSizeKey, size);
+    tellWindowSize();
 }
 
 void GameScreen::onSessionTextReceived(const QString& text)
@@ -245,42 +312,7 @@ void GameScreen::reconnect()
     if (session->isConnected())
         return;
     toolbar->offerReconnect(false);
-    session->connect();
-}
-
-void GameScreen::setLogFile(const QString& path)
-{
-    terminal->setLogging(!path.isEmpty(), path);
-}
-
-bool GameScreen::isLogging() const
-{
-    return terminal->getLogging();
-}
-
-void GameScreen::setTimestampsEnabled(bool enabled)
-{
-    terminal->setTimestamps(enabled);
-}
-
-bool GameScreen::timestampsEnabled() const
-{
-    return terminal->getTimestamps();
-}
-
-void GameScreen::setOutputFrozen(bool frozen)
-{
-    terminal->setFrozen(frozen);
-}
-
-bool GameScreen::isOutputFrozen() const
-{
-    return terminal->isFrozen();
-}
-
-void GameScreen::clearOutput()
-{
-    terminal->clearTerminal();
+    startConnecting();
 }
 
 void GameScreen::onInputSubmitted()
@@ -290,16 +322,18 @@ void GameScreen::onInputSubmitted()
 
 void GameScreen::onCommandEntered(const QString& line)
 {
-    if (secretInput) {
-        session->sendCommand(line);
-        return;
-    }
+    // A line typed while the server echoes (a password) is neither shown nor kept.
+    const bool secret = secretInput;
     // Shown as typed, in a colour of its own, and never seen by the triggers.
-    if (conveniencesEnabled() && SettingsDialog::storedEchoInput(session->getCharacter()))
+    if (!secret && conveniencesEnabled() && SettingsDialog::storedEchoInput(session->getCharacter()))
         terminal->appendAnsiText(ClientLines::commandEcho(line));
+    typedNoticeShown = false;
+    typingCommand = true;
     // An empty line is a real command to the game (it often redraws the prompt).
     session->sendCommand(line);
-    history.record(line);
+    typingCommand = false;
+    if (!secret)
+        history.record(line);
 }
 
 void GameScreen::onCompletionRequested()
@@ -337,6 +371,8 @@ void GameScreen::onPageRequested(bool up)
 
 bool GameScreen::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == terminal->viewport() && event->type() == QEvent::Resize)
+        tellWindowSize();
     if (event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     auto* key = static_cast<QKeyEvent*>(event);
@@ -389,23 +425,5 @@ void GameScreen::openScriptEditor(const QString& tab)
 
 void GameScreen::onKeyBindingsChanged(const QList<KeyBinding>& bindings)
 {
-    qDeleteAll(keyShortcuts);
-    keyShortcuts.clear();
-    QList<QKeySequence> bound;
-    for (const KeyBinding& binding : bindings) {
-        const QKeySequence sequence(binding.keySequence);
-        if (sequence.isEmpty())
-            continue;
-        bound.append(sequence);
-        auto* shortcut = new QShortcut(sequence, this);
-        shortcut->setContext(Qt::WindowShortcut);
-        const QString keyText = binding.keySequence;
-        connect(shortcut, &QShortcut::activated, this,
-                [this, keyText] { session->triggerKeyBinding(keyText); });
-        keyShortcuts.append(shortcut);
-    }
-    // Two shortcuts on one key cancel each other out; the player's binding
-    // is the one that was asked for.
-    for (QShortcut* own : std::as_const(screenShortcuts))
-        own->setEnabled(!bound.contains(own->key()));
+    keyShortcuts->setBindings(bindings);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QKeySequence>
 #include <QList>
 #include <QPointer>
 #include <QStringList>
@@ -17,8 +18,10 @@ class ScriptEditor;
 class SidePanel;
 class TerminalWidget;
 class CommandInput;
+class KeyBindingShortcuts;
 class QPushButton;
 class QShortcut;
+class QTimer;
 
 // Everything the player sees of one session: the terminal, the input line with
 // its history, the find bar, the toolbar and the side panel fed by MSDP.
@@ -34,9 +37,11 @@ public:
     TerminalWidget* getTerminal() const { return terminal; }
     QStringList getHistory() const { return history.entries(); }
 
-    bool isLogging() const;
-    bool timestampsEnabled() const;
-    bool isOutputFrozen() const;
+    // The keys the player's bindings take; the window gives up its own on them.
+    const QList<QKeySequence>& boundKeys() const;
+
+    // How long a connect may go unanswered before the player is told.
+    static constexpr int kConnectWaitMs = 15000;
 
 signals:
     void disconnect();
@@ -44,15 +49,11 @@ signals:
     // New server output was shown; highlighted when a trigger coloured a line.
     void outputArrived(bool highlighted);
     void connectionStateChanged(bool connected);
+    void boundKeysChanged();
 
 public slots:
     // The same session connects again (Ctrl+R, the Reconnect button).
     void reconnect();
-    // An empty path stops logging.
-    void setLogFile(const QString& path);
-    void setTimestampsEnabled(bool enabled);
-    void setOutputFrozen(bool frozen);
-    void clearOutput();
 
     void onSessionConnected();
     void onSessionDisconnected();
@@ -73,6 +74,10 @@ private:
     void setupUi();
     void addScreenShortcuts();
     void wireSignals();
+    void applyFeatures();
+    void tellWindowSize();
+    void startConnecting();
+    void onConnectWaitExpired();
 
     void setupFocusChain();
     void onCommandEntered(const QString& line);
@@ -88,12 +93,16 @@ private:
     GameSession* session;
     CommandHistory history;
     WordCompleter completer;
-    QList<QShortcut*> keyShortcuts;
-    // The screen's own shortcuts; a player's key binding on the same keys wins.
-    QList<QShortcut*> screenShortcuts;
+    KeyBindingShortcuts* keyShortcuts = nullptr;
     bool highlightPending = false;
     // While the server echoes, typed lines are secrets (passwords).
     bool secretInput = false;
+    // A command that cannot go out is reported once per typed line, and once
+    // per lost link for what timers and triggers send.
+    bool typingCommand = false;
+    bool typedNoticeShown = false;
+    bool scriptNoticeShown = false;
+    QTimer* connectWait = nullptr;
 
     TerminalWidget* terminal = nullptr;
     CommandInput* input = nullptr;

@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -25,6 +26,7 @@
 #include "support/TestEnvironment.h"
 #include "terminal/TerminalWidget.h"
 #include "ui/CharacterDialog.h"
+#include "ui/CommandInput.h"
 #include "ui/ConnectScreen.h"
 #include "ui/FeaturesDialog.h"
 #include "ui/GameScreen.h"
@@ -402,21 +404,21 @@ void tst_MainWindow::sessionMenuActsOnTheScreenInFront()
     const QString log = files.filePath("hero.log");
     answerModals({chooseFile(log)});
     menuAction(window, "Log to File…")->trigger();
-    QVERIFY(screen->isLogging());
+    QVERIFY(screen->getTerminal()->getLogging());
     menuAction(window, "Timestamps")->trigger();
-    QVERIFY(screen->timestampsEnabled());
+    QVERIFY(screen->getTerminal()->getTimestamps());
     menuAction(window, "Timestamps")->trigger();
     link->write("one\r\ntwo\r\n");
     QTRY_VERIFY(screen->getTerminal()->toPlainText().contains("two"));
     menuAction(window, "Stop Logging")->trigger();
-    QVERIFY(!screen->isLogging());
+    QVERIFY(!screen->getTerminal()->getLogging());
     QFile written(log);
     QVERIFY(written.open(QIODevice::ReadOnly));
     const QByteArray logged = written.readAll(); // its exact form is the terminal's business
     QVERIFY(logged.contains("one") && logged.contains("two"));
 
     menuAction(window, "Freeze Output")->trigger();
-    QVERIFY(screen->isOutputFrozen());
+    QVERIFY(screen->getTerminal()->isFrozen());
     menuAction(window, "Freeze Output")->trigger();
     menuAction(window, "Clear Output")->trigger();
     QVERIFY(!screen->getTerminal()->toPlainText().contains("two"));
@@ -435,9 +437,12 @@ void tst_MainWindow::backgroundTabsShowNewOutput()
     const Character bob{"Bob", "", "127.0.0.1", server.serverPort(), ""};
     Scripts scripts;
     scripts.triggers = {Trigger::fromJson({{"pattern", "tells you"}, {"highlight", true}})};
+    scripts.keyBindings = {{"bye", "Ctrl+Q", "say bye", "", true}};
     Storage::instance()->setScripts(bob, scripts);
     Storage::instance()->setEnabledFeatures(bob, {int(GameFeature::TriggerHighlights)});
     MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
     window.onConnectPressed(bob);
     QTRY_VERIFY(server.hasPendingConnections());
     QTcpSocket* toBob = server.nextPendingConnection();
@@ -456,6 +461,25 @@ void tst_MainWindow::backgroundTabsShowNewOutput()
     toBob->write("The wind blows.\r\n"); // seen as it comes: no mark
     QTest::qWait(100);
     QCOMPARE(tabs->tabToolTip(bobTab), QString());
+
+    // Bob's own Ctrl+Q is his binding, not the window's Quit.
+    QLineEdit* bobInput = window.getScreen(bob.key())->findChild<CommandInput*>();
+    QTest::keyClick(bobInput, Qt::Key_Q, Qt::ControlModifier);
+    QByteArray toldBob;
+    QTRY_VERIFY((toldBob += toBob->readAll()).endsWith("say bye\r\n"));
+    QVERIFY(window.isVisible());
+
+    // Ctrl+PageDown / Ctrl+PageUp walk the tabs, around the end, from the
+    // input line and from a list that takes PageDown for itself.
+    QTest::keyClick(bobInput, Qt::Key_PageDown, Qt::ControlModifier);
+    QCOMPARE(tabs->currentIndex(), bobTab + 1);
+    auto* annList = window.getScreen(ann.key())->findChild<QListWidget*>();
+    annList->setFocus();
+    QTest::keyClick(annList, Qt::Key_PageDown, Qt::ControlModifier);
+    QCOMPARE(tabs->currentIndex(), 0);
+    QTest::keyClick(tabs->currentWidget(), Qt::Key_PageUp, Qt::ControlModifier);
+    QCOMPARE(tabs->currentWidget(), window.getScreen(ann.key()));
+    QCOMPARE(menuAction(window, "Quit")->shortcut(), QKeySequence("Ctrl+Q"));
 }
 
 void tst_MainWindow::windowLayoutSurvivesARestart()
@@ -466,6 +490,7 @@ void tst_MainWindow::windowLayoutSurvivesARestart()
         MainWindow window;
         window.show();
         window.resize(1333, 877);
+        window.move(37, 21);
         window.onConnectPressed(hero);
         auto* splitter = window.getScreen(hero.key())->findChild<QSplitter*>();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -481,6 +506,9 @@ void tst_MainWindow::windowLayoutSurvivesARestart()
     MainWindow window;
     window.show();
     QCOMPARE(window.size(), QSize(1333, 877));
+    // The offscreen screen is 800 by 600: the 1280 by 800 minimum gives way.
+    QVERIFY(window.minimumHeight() <= window.screen()->availableSize().height() - 40);
+    QCOMPARE(window.pos(), QPoint(37, 21));
     window.onConnectPressed(hero);
     QCOMPARE(window.getScreen(hero.key())->findChild<QSplitter*>()->sizes(), dragged);
     // Fits a 1366 by 768 screen less a panel and a title bar, input line and CONNECT included.

@@ -31,6 +31,15 @@ QLineEdit* lineEdit(GameScreen& screen, const QString& placeholder = "Enter comm
     return nullptr;
 }
 
+QPushButton* reconnectButton(GameScreen& screen)
+{
+    for (QPushButton* button : screen.findChildren<QPushButton*>()) {
+        if (button->text() == "Reconnect")
+            return button;
+    }
+    return nullptr;
+}
+
 QLabel* labelStartingWith(QWidget& root, const QString& prefix)
 {
     for (QLabel* label : root.findChildren<QLabel*>()) {
@@ -39,20 +48,6 @@ QLabel* labelStartingWith(QWidget& root, const QString& prefix)
     }
     return nullptr;
 }
-
-// The main window's session tabs, switching on Ctrl+PageUp/PageDown the keys
-// that the screen leaves to them.
-class SessionTabs : public QTabWidget {
-protected:
-    void keyPressEvent(QKeyEvent* event) override
-    {
-        const bool down = event->key() == Qt::Key_PageDown;
-        if (event->modifiers() == Qt::ControlModifier && (down || event->key() == Qt::Key_PageUp))
-            setCurrentIndex((currentIndex() + (down ? 1 : count() - 1)) % count());
-        else
-            QTabWidget::keyPressEvent(event);
-    }
-};
 
 } // namespace
 
@@ -71,6 +66,8 @@ private slots:
     void focusCycleReachesEveryControl();
     void findBarReportsMisses();
     void reconnectKeepsScrollback();
+    void linkProblemsAreReported();
+    void standardTelnetScreen();
     void conveniencesSwitch();
 
 private:
@@ -129,21 +126,18 @@ void tst_GameScreen::msdpReachesBarsAndLabels()
     Storage::instance()->setEnabledFeatures(hero, {0, 1, 2});
     GameSession session(hero, nullptr);
     GameScreen screen(&session, nullptr);
-    // Each update in turn, and the start of a label it must leave on screen.
+    // Each update in turn, and the start of a label it must leave on screen
+    // (the values' rules are CharacterStatus's, tested there).
     const struct {
         const char *name, *value, *shows;
     } steps[] = {
         // A vital is measured against 999999 until a usable maximum arrives.
         {"CHARACTER_POWERLEVEL", "499999", "PL: 499999/999999"},
-        {"CHARACTER_POWERLEVEL_MAX", "1000000", "PL: 499999/1000000"},
-        {"CHARACTER_POWERLEVEL_MAX", "abc", "PL: 499999/999999"},
-        {"CHARACTER_KI_MAX", "0", nullptr},
         {"CHARACTER_KI", "80", "Ki: 80/999999"},
         {"CHARACTER_FATIGUE_MAX", "3", nullptr},
         {"CHARACTER_FATIGUE", "1", "1/3"},
         {"CHARACTER_RACE", "Saiyan", nullptr},
         {"CHARACTER_CLASS", "Warrior", "Saiyan/Warrior"},
-        {"CHARACTER_RESISTANCE_MAGICAL", "7", "Phys: , Mag: 7"},
         {"ROOM_EXITS", "", "Exits: none"},
         {"OPPONENT_HEALTH_MAX", "200", nullptr},
         {"OPPONENT_HEALTH", "50", nullptr},
@@ -272,20 +266,23 @@ void tst_GameScreen::playerBindingBeatsScreenShortcut()
 
 void tst_GameScreen::inputLineKeys()
 {
-    SessionTabs sessions;
-    auto* other = new QWidget;
-    sessions.addTab(other, "Characters");
     GameSession session(hero, nullptr);
-    auto* screen = new GameScreen(&session, nullptr);
-    sessions.addTab(screen, "Hero");
-    sessions.setCurrentWidget(screen);
-    sessions.resize(1000, 700);
-    sessions.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&sessions));
+    auto screen = std::make_unique<GameScreen>(&session, nullptr);
+    screen->resize(1000, 700);
+    screen->show();
+    QVERIFY(QTest::qWaitForWindowExposed(screen.get()));
     Peer peer = acceptPeer(*server, session);
     QVERIFY(peer.socket);
     QLineEdit* input = lineEdit(*screen);
     input->setFocus();
+
+    // Tab on an empty line leaves for the output, where typing (a space
+    // too) still reaches the line and Return sends it whole.
+    QTest::keyClick(input, Qt::Key_Tab);
+    QVERIFY(!input->hasFocus());
+    QTest::keyClicks(QApplication::focusWidget(), "go on");
+    QTest::keyClick(input, Qt::Key_Return);
+    QVERIFY(peer.waitFor("go on\r\n"));
 
     // Tab keeps the half-typed line and the focus.
     QTest::keyClicks(input, "say hel");
@@ -317,10 +314,8 @@ void tst_GameScreen::inputLineKeys()
         terminal->appendAnsiText(QString("more %1\n").arg(i));
     QTest::qWait(50);
     QCOMPARE(bar->value(), scrolledTo);
-
-    // Ctrl+PageUp/PageDown belong to the session tabs.
+    // Ctrl+PageDown is the session tabs' key, not a scroll.
     QTest::keyClick(input, Qt::Key_PageDown, Qt::ControlModifier);
-    QCOMPARE(sessions.currentIndex(), 0);
     QCOMPARE(bar->value(), scrolledTo);
 }
 
@@ -407,11 +402,7 @@ void tst_GameScreen::reconnectKeepsScrollback()
     QVERIFY(QTest::qWaitForWindowExposed(&screen));
     QSignalSpy states(&screen, &GameScreen::connectionStateChanged);
     QSignalSpy output(&screen, &GameScreen::outputArrived);
-    QPushButton* reconnect = nullptr;
-    for (QPushButton* button : screen.findChildren<QPushButton*>()) {
-        if (button->text() == "Reconnect")
-            reconnect = button;
-    }
+    QPushButton* reconnect = reconnectButton(screen);
     QVERIFY(reconnect && !reconnect->isVisible());
 
     Peer peer = acceptPeer(*server, session);
@@ -421,9 +412,11 @@ void tst_GameScreen::reconnectKeepsScrollback()
     QCOMPARE(output.at(0).at(0).toBool(), false);
     QCOMPARE(output.at(1).at(0).toBool(), true);
 
-    // The server goes away: the player is offered a way back, and takes it.
+    // The server goes away: the player is told, is offered a way back, and takes it.
     peer.socket->close();
     QTRY_VERIFY(reconnect->isVisible());
+    QVERIFY(screen.getTerminal()->toPlainText().contains(
+        QString("[ERROR] 127.0.0.1:%1 - The remote host closed the connection").arg(hero.port)));
     const quint16 port = server->serverPort();
     server = std::make_unique<QTcpServer>();
     QVERIFY(server->listen(QHostAddress::LocalHost, port));
@@ -448,8 +441,103 @@ void tst_GameScreen::reconnectKeepsScrollback()
     QVERIFY(screen.minimumSizeHint().width() <= 1280);
     QVERIFY(screen.minimumSizeHint().height() <= 640);
     qApp->setStyleSheet(QString());
-    screen.setOutputFrozen(true);
-    QVERIFY(screen.isOutputFrozen() && labelStartingWith(screen, "⏸ PAUSED")->isVisible());
+    screen.getTerminal()->setFrozen(true);
+    QVERIFY(labelStartingWith(screen, "⏸ PAUSED")->isVisible());
+}
+
+void tst_GameScreen::linkProblemsAreReported()
+{
+    // Nothing listens on the port: the connect is refused.
+    server.reset();
+    Scripts scripts;
+    Timer tick;
+    tick.intervalMs = 20;
+    tick.commands = "tick";
+    scripts.timers = {tick};
+    Storage::instance()->setScripts(hero, scripts);
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    screen.show();
+    TerminalWidget* terminal = screen.getTerminal();
+    const QString error = QString("[ERROR] 127.0.0.1:%1 - Connection refused").arg(hero.port);
+    QTRY_VERIFY(terminal->toPlainText().contains(error));
+    const QTextBlock errorLine = terminal->document()->find(error).block();
+    QCOMPARE(errorLine.begin().fragment().charFormat().foreground().color(), QColor(Theme::kErrorColor));
+    QPushButton* reconnect = reconnectButton(screen);
+    QVERIFY(reconnect && reconnect->isVisible());
+
+    // Every typed line is answered; the timer that keeps firing, once.
+    QTest::qWait(200);
+    for (const char* typed : {"north", "north"}) {
+        QTest::keyClicks(lineEdit(screen), typed);
+        QTest::keyClick(lineEdit(screen), Qt::Key_Return);
+    }
+    QTest::qWait(100);
+    const QString shown = terminal->toPlainText();
+    QCOMPARE(shown.count("[NOT SENT]"), 3);
+    QCOMPARE(shown.count("\"tick\" was not sent"), 1);
+    QCOMPARE(shown.count("\"north\" was not sent"), 2);
+}
+
+// With standard telnet: prompts complete their own line, the server learns
+// the terminal's size as it changes, and a password stays hidden.
+void tst_GameScreen::standardTelnetScreen()
+{
+    Storage::instance()->setEnabledFeatures(hero, {int(GameFeature::ClientConveniences)});
+    GameSession session(hero, nullptr);
+    GameScreen screen(&session, nullptr);
+    screen.resize(1000, 700);
+    screen.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    session.setFeatureEnabled(GameFeature::StandardTelnet, true); // switched on with the screen open
+    Peer peer = acceptPeer(*server, session);
+    QVERIFY(peer.socket);
+    TerminalWidget* terminal = screen.getTerminal();
+    terminal->clearTerminal();
+
+    peer.socket->write("You see a bi");
+    QTRY_COMPARE(terminal->toPlainText(), "You see a bi");
+    peer.socket->write("g dog.\r\nHP 10> \xff\xf9");
+    QTRY_COMPARE(terminal->toPlainText(), "You see a big dog.\nHP 10> ");
+    peer.socket->write("You rest.\r\n");
+    QTRY_COMPARE(terminal->toPlainText(), "You see a big dog.\nHP 10> \nYou rest.\n");
+
+    // NAWS: the size in characters, told again when the window changes.
+    const auto toldSize = [&peer] {
+        const qsizetype at = peer.received.lastIndexOf("\xff\xfa\x1f");
+        if (at < 0 || peer.received.size() < at + 7)
+            return QSize();
+        const auto byte = [&](int i) {
+            return int(quint8(peer.received.at(at + 3 + i)));
+        };
+        return QSize(byte(0) << 8 | byte(1), byte(2) << 8 | byte(3));
+    };
+    const auto toldSizeSoon = [&](auto fits) {
+        return QTest::qWaitFor([&] { return fits((peer.received += peer.socket->readAll(), toldSize())); },
+                               5000);
+    };
+    peer.socket->write("\xff\xfd\x1f");
+    QVERIFY(toldSizeSoon([](QSize size) { return size.width() > 40 && size.height() > 10; }));
+    const QSize before = toldSize();
+    screen.resize(1250, 500);
+    QVERIFY(toldSizeSoon(
+        [before](QSize size) { return size.width() > before.width() && size.height() < before.height(); }));
+
+    // Server echo: the typed password is masked, sent, and kept nowhere.
+    QLineEdit* input = lineEdit(screen);
+    peer.socket->write("Password: \xff\xfb\x01");
+    QTRY_COMPARE(input->echoMode(), QLineEdit::Password);
+    QTest::keyClicks(input, "hunter2");
+    QTest::keyClick(input, Qt::Key_Return);
+    QVERIFY(peer.waitFor("hunter2\r\n"));
+    peer.socket->write("\r\nWelcome!\r\n\xff\xfc\x01");
+    QTRY_COMPARE(input->echoMode(), QLineEdit::Normal);
+    QVERIFY(!terminal->toPlainText().contains("hunter2"));
+    QVERIFY(!screen.getHistory().contains("hunter2"));
+    QFile settings(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                   "/.olvex/settings.json");
+    QVERIFY(settings.open(QIODevice::ReadOnly));
+    QVERIFY(!settings.readAll().contains("hunter2"));
 }
 
 void tst_GameScreen::conveniencesSwitch()
@@ -485,6 +573,9 @@ void tst_GameScreen::conveniencesSwitch()
             on ? "Gunther waves.\nlook\n[Lua error] 'heal': attempt to call a nil value\nfrom Lua"
                : "Gunther waves.";
         QCOMPARE(terminal->toPlainText().trimmed(), expected);
+        terminal->appendAnsiText("see https://example.org/\n");
+        const QTextCursor link = terminal->document()->find("https");
+        QCOMPARE(link.charFormat().isAnchor(), on);
         if (on) {
             // The echo has a colour of its own and the triggers never saw it.
             const QTextBlock echo = terminal->document()->findBlockByNumber(1);
