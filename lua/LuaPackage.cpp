@@ -214,8 +214,10 @@ bool LuaPackage::exportPackage(const QString& scriptDir, const QList<LuaModule>&
 }
 
 bool LuaPackage::importPackage(const QString& packagePath, const QString& scriptDir, bool skipExisting,
-                               QList<LuaModule>& modules, QString& error)
+                               QList<LuaModule>& modules, QString& error, QStringList* writtenModules)
 {
+    if (writtenModules)
+        writtenModules->clear();
     ScratchDir temp(QStringLiteral("olvex_import_"));
     if (!temp.isValid(error))
         return false;
@@ -239,6 +241,8 @@ bool LuaPackage::importPackage(const QString& packagePath, const QString& script
             error = QStringLiteral("Failed to copy %1").arg(file.fileName());
             return false;
         }
+        if (writtenModules)
+            writtenModules->append(file.completeBaseName());
     }
     return true;
 }

@@ -33,8 +33,12 @@ public:
 
     static bool exportPackage(const QString& scriptDir, const QList<LuaModule>& modules,
                               const Metadata& metadata, const QString& outputPath, QString& error);
+    // modules receives every module the package names; writtenModules, when
+    // given, the names of the module files this import wrote into scriptDir
+    // (a file skipped because it exists is not among them).
     static bool importPackage(const QString& packagePath, const QString& scriptDir, bool skipExisting,
-                              QList<LuaModule>& modules, QString& error);
+                              QList<LuaModule>& modules, QString& error,
+                              QStringList* writtenModules = nullptr);
     static Metadata readMetadata(const QString& packagePath, QString& error);
 
     static QString metadataToJson(const Metadata& metadata);

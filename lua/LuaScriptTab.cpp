@@ -9,6 +9,7 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSet>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -37,20 +38,33 @@ void LuaScriptTab::createUI()
     outer->setContentsMargins(0, 0, 0, 0);
     auto* splitter = new QSplitter(Qt::Horizontal, this);
     outer->addWidget(splitter);
+    splitter->addWidget(createModuleListPane(splitter));
+    splitter->addWidget(createCodePane(splitter));
+    splitter->setCollapsible(0, false);
+    splitter->setCollapsible(1, false);
+    splitter->setStretchFactor(1, 1);
+    connect(list, &QListWidget::currentRowChanged, this, &LuaScriptTab::onModuleSelected);
+    connect(editor, &QPlainTextEdit::textChanged, this, &LuaScriptTab::onCodeEdited);
+}
 
-    auto* left = new QWidget(splitter);
-    auto* leftLayout = new QVBoxLayout(left);
-    list = new QListWidget(left);
+QWidget* LuaScriptTab::createModuleListPane(QWidget* parent)
+{
+    auto* pane = new QWidget(parent);
+    auto* layout = new QVBoxLayout(pane);
+    list = new QListWidget(pane);
     list->setMinimumWidth(100);
-    leftLayout->addWidget(list);
+    list->setAccessibleName(tr("Lua modules"));
+    layout->addWidget(list);
     auto* listButtons = new QHBoxLayout;
     const auto addListButton = [&](const QString& text, const QString& tip, void (LuaScriptTab::*slot)()) {
-        auto* button = new QPushButton(text, left);
+        auto* button = new QPushButton(text, pane);
         button->setMaximumWidth(30);
         button->setMinimumWidth(28);
         // The theme's roomy button padding would leave no space for the symbol.
         button->setStyleSheet(QStringLiteral("QPushButton { padding: 4px 0px; }"));
         button->setToolTip(tip);
+        // A symbol read aloud says nothing; the tooltip's words do.
+        button->setAccessibleName(tip);
         listButtons->addWidget(button);
         connect(button, &QPushButton::clicked, this, slot);
     };
@@ -59,11 +73,16 @@ void LuaScriptTab::createUI()
     addListButton(QString(QChar(0x2191)), tr("Load earlier"), &LuaScriptTab::onMoveUp);
     addListButton(QString(QChar(0x2193)), tr("Load later"), &LuaScriptTab::onMoveDown);
     listButtons->addStretch();
-    leftLayout->addLayout(listButtons);
+    layout->addLayout(listButtons);
+    return pane;
+}
 
-    auto* right = new QWidget(splitter);
-    auto* rightLayout = new QVBoxLayout(right);
-    editor = new QPlainTextEdit(right);
+QWidget* LuaScriptTab::createCodePane(QWidget* parent)
+{
+    auto* pane = new QWidget(parent);
+    auto* layout = new QVBoxLayout(pane);
+    editor = new QPlainTextEdit(pane);
+    editor->setAccessibleName(tr("Module code"));
     // Courier is what players know from other clients; the hints make sure a
     // system without it still gets a fixed-width face rather than a proportional one.
     QFont font(QStringLiteral("Courier"), 10);
@@ -72,36 +91,26 @@ void LuaScriptTab::createUI()
     editor->setFont(font);
     editor->setLineWrapMode(QPlainTextEdit::NoWrap);
     new LuaSyntaxHighlighter(editor->document());
-    rightLayout->addWidget(editor, 1);
+    layout->addWidget(editor, 1);
 
     auto* fileRow = new QHBoxLayout;
-    status = new QLabel(kNoModuleText, right);
+    status = new QLabel(kNoModuleText, pane);
     status->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     fileRow->addWidget(status, 1);
-    auto* save = new QPushButton(tr("Save"), right);
-    auto* reload = new QPushButton(tr("Reload"), right);
-    fileRow->addWidget(save);
-    fileRow->addWidget(reload);
-    rightLayout->addLayout(fileRow);
-
+    const auto addButton = [this, pane](QHBoxLayout* row, const QString& text, void (LuaScriptTab::*slot)()) {
+        auto* button = new QPushButton(text, pane);
+        row->addWidget(button);
+        connect(button, &QPushButton::clicked, this, slot);
+    };
+    addButton(fileRow, tr("Save"), &LuaScriptTab::onSaveModule);
+    addButton(fileRow, tr("Reload"), &LuaScriptTab::onReloadModule);
     auto* packageRow = new QHBoxLayout;
-    auto* importButton = new QPushButton(tr("Import Package"), right);
-    auto* exportButton = new QPushButton(tr("Export Package"), right);
-    packageRow->addWidget(importButton);
-    packageRow->addWidget(exportButton);
+    addButton(packageRow, tr("Import Package"), &LuaScriptTab::onImportPackage);
+    addButton(packageRow, tr("Export Package"), &LuaScriptTab::onExportPackage);
+    layout->addLayout(fileRow);
     packageRow->addStretch();
-    rightLayout->addLayout(packageRow);
-
-    splitter->setCollapsible(0, false);
-    splitter->setCollapsible(1, false);
-    splitter->setStretchFactor(1, 1);
-
-    connect(list, &QListWidget::currentRowChanged, this, &LuaScriptTab::onModuleSelected);
-    connect(editor, &QPlainTextEdit::textChanged, this, &LuaScriptTab::onCodeEdited);
-    connect(save, &QPushButton::clicked, this, &LuaScriptTab::onSaveModule);
-    connect(reload, &QPushButton::clicked, this, &LuaScriptTab::onReloadModule);
-    connect(importButton, &QPushButton::clicked, this, &LuaScriptTab::onImportPackage);
-    connect(exportButton, &QPushButton::clicked, this, &LuaScriptTab::onExportPackage);
+    layout->addLayout(packageRow);
+    return pane;
 }
 
 void LuaScriptTab::setModules(const QList<LuaModule>& newModules, const QString& newScriptDir)
@@ -218,6 +227,7 @@ void LuaScriptTab::saveModuleCode()
     codeCache.insert(name, text);
     modified = false;
     updateStatus();
+    emit moduleCodeChanged();
 }
 
 void LuaScriptTab::onSaveModule()
@@ -365,22 +375,38 @@ void LuaScriptTab::onImportPackage()
 
     // Existing module files are never overwritten by an import.
     QList<LuaModule> imported;
+    QStringList writtenFiles;
     QString error;
-    if (!LuaPackage::importPackage(path, scriptDir, true, imported, error)) {
+    if (!LuaPackage::importPackage(path, scriptDir, true, imported, error, &writtenFiles)) {
         showMessage(QMessageBox::Critical, tr("Import Failed"), error);
         return;
     }
-    for (const LuaModule& module : std::as_const(imported)) {
+    const int listSize = int(modules.size());
+    const int count = addImportedModules(imported, writtenFiles);
+    codeCache.clear();
+    updateModuleList();
+    if (modules.size() != listSize)
+        emit modulesChanged(modules);
+    if (count > 0)
+        emit moduleCodeChanged();
+    showMessage(QMessageBox::Information, tr("Import Successful"), tr("Imported %1 module(s)").arg(count));
+}
+
+// Appends the package's modules that the list lacks, as they came; returns how
+// many modules the import brought in: those new to the list, and listed ones
+// whose missing file it supplied. A package of modules all present counts 0.
+int LuaScriptTab::addImportedModules(const QList<LuaModule>& imported, const QStringList& writtenFiles)
+{
+    QSet<QString> brought;
+    for (const LuaModule& module : imported) {
         const bool known = std::any_of(modules.cbegin(), modules.cend(),
                                        [&](const LuaModule& m) { return m.name == module.name; });
         if (!known)
             modules.append(module);
+        if (!known || writtenFiles.contains(module.name))
+            brought.insert(module.name);
     }
-    codeCache.clear();
-    updateModuleList();
-    emit modulesChanged(modules);
-    showMessage(QMessageBox::Information, tr("Import Successful"),
-                tr("Imported %1 module(s)").arg(imported.size()));
+    return int(brought.size());
 }
 
 QString LuaScriptTab::askText(const QString& title, const QString& label)

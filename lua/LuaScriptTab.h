@@ -29,6 +29,9 @@ public:
 
 signals:
     void modulesChanged(const QList<LuaModule>& modules);
+    // Module code on disk changed: a module was saved, or an import brought
+    // in modules (after modulesChanged, when the list grew too).
+    void moduleCodeChanged();
 
 protected:
     // Every question and message goes through these, so a test can answer
@@ -53,6 +56,9 @@ private slots:
 
 private:
     void createUI();
+    QWidget* createModuleListPane(QWidget* parent);
+    QWidget* createCodePane(QWidget* parent);
+    int addImportedModules(const QList<LuaModule>& imported, const QStringList& writtenFiles);
     void updateModuleList();
     void saveModuleCode();
     void loadModuleCode(const QString& name);

@@ -103,6 +103,7 @@ void GameSession::updateScripts(const Scripts& scripts)
 {
     scriptEngine->setScripts(scripts);
     storage->setScripts(character, scripts);
+    emit scriptsUpdated(scripts);
 }
 
 QString GameSession::getScriptDir() const

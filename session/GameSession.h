@@ -81,6 +81,8 @@ signals:
     void channelMessage(const QString& channel, const QString& line);
     void variableUpdated(const QString& name, const QString& value);
     void keyBindingsChanged(const QList<KeyBinding>& bindings);
+    // updateScripts took a new set (from the script editor or a profile import).
+    void scriptsUpdated(const Scripts& scripts);
     // The connection's error text (refused, not found, closed, timed out).
     void connectionError(const QString& message);
     // A command was to go out while the session had no link; it was dropped.

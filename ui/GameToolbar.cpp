@@ -18,13 +18,14 @@ GameToolbar::GameToolbar(QWidget* parent)
     statusLabel->setStyleSheet(Theme::statusLabelStyleSheet());
     row->addWidget(statusLabel);
 
-    // "Keys" deliberately opens the quick actions page.
+    // "Keys" asks for the key bindings; an editor that does not show them
+    // (the client's conveniences off) opens its quick actions page instead.
     const QList<QPair<QString, QString>> scriptButtons = {
         {QStringLiteral("Variables"), QStringLiteral("Variables")},
         {QStringLiteral("Aliases"), QStringLiteral("Aliases")},
         {QStringLiteral("Triggers"), QStringLiteral("Triggers")},
         {QStringLiteral("Timers"), QStringLiteral("Timers")},
-        {QStringLiteral("Keys"), QStringLiteral("Quick Actions")},
+        {QStringLiteral("Keys"), QStringLiteral("Key Bindings")},
         {QStringLiteral("Lua"), QStringLiteral("Lua Scripts")},
     };
     for (const auto& [label, tab] : scriptButtons) {

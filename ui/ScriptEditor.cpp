@@ -10,17 +10,21 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include <functional>
+#include <type_traits>
+
 #include "lua/LuaScriptTab.h"
+#include "script/ScriptEngine.h"
 #include "session/GameSession.h"
-#include "ui/QuickActionDialog.h"
 #include "ui/ScriptItemDialog.h"
+#include "ui/ScriptRecordForms.h"
 #include "ui/Theme.h"
 
 namespace {
 
 const QString kAllGroups = QStringLiteral("All");
-
-enum ItemKind { AliasKind = 0, TriggerKind = 1, TimerKind = 2, VariableKind = 3 };
+const QString kQuickActionsTitle = QStringLiteral("Quick Actions");
+const QString kKeyBindingsTitle = QStringLiteral("Key Bindings");
 
 QString shortened(const QString& text)
 {
@@ -50,8 +54,7 @@ QStringList cells(const Trigger& t)
 
 QStringList cells(const Timer& t)
 {
-    return {t.name, QString::number(t.intervalMs),
-            t.kind() == TimerType::Once ? QStringLiteral("Once") : QStringLiteral("Repeat"),
+    return {t.name, QString::number(t.intervalMs), ScriptItemDialog::timerTypeLabel(t.kind()),
             groupCell(t.group), enabledCell(t.enabled)};
 }
 
@@ -65,8 +68,13 @@ QStringList cells(const QuickAction& q)
     return {q.label, q.command, enabledCell(q.enabled)};
 }
 
+QStringList cells(const KeyBinding& k)
+{
+    return {k.keySequence, shortened(k.commands), k.name, enabledCell(k.enabled)};
+}
+
 template <typename Record>
-void fillTable(QTableWidget* table, const QList<Record>& records, const QString& group = {})
+void fillTable(QTableWidget* table, const QList<Record>& records, const QString& group)
 {
     table->setRowCount(0);
     for (const Record& record : records) {
@@ -82,90 +90,37 @@ void fillTable(QTableWidget* table, const QList<Record>& records, const QString&
     }
 }
 
-void load(ScriptItemDialog& d, const Alias& r)
-{
-    d.setAlias(r);
-}
-void load(ScriptItemDialog& d, const Trigger& r)
-{
-    d.setTrigger(r);
-}
-void load(ScriptItemDialog& d, const Timer& r)
-{
-    d.setTimer(r);
-}
-void load(ScriptItemDialog& d, const Variable& r)
-{
-    d.setVariable(r);
-}
-void read(const ScriptItemDialog& d, Alias& r)
-{
-    r = d.getAlias();
-}
-void read(const ScriptItemDialog& d, Trigger& r)
-{
-    r = d.getTrigger();
-}
-void read(const ScriptItemDialog& d, Timer& r)
-{
-    r = d.getTimer();
-}
-void read(const ScriptItemDialog& d, Variable& r)
-{
-    r = d.getVariable();
-}
-
-template <typename Record> bool runItemDialog(QWidget* parent, int kind, Record& record)
-{
-    ScriptItemDialog dialog(kind, parent);
-    load(dialog, record);
-    if (dialog.exec() != QDialog::Accepted)
-        return false;
-    read(dialog, record);
-    return true;
-}
-
-template <typename Record> bool addRecord(QWidget* parent, int kind, QList<Record>& records)
-{
-    Record record;
-    if (!runItemDialog(parent, kind, record))
-        return false;
-    records.append(record);
-    return true;
-}
-
-// Rows are found by their name; with two equal names the first one is meant.
+// Quick actions and key bindings have no group filter, so a row is a record's
+// position; the other tables may be filtered and are searched by name.
 template <typename Record>
-bool editRecord(QWidget* parent, int kind, QList<Record>& records, const std::optional<QString>& name)
-{
-    if (!name)
-        return false;
-    for (Record& record : records) {
-        if (record.name == *name)
-            return runItemDialog(parent, kind, record);
-    }
-    return false;
-}
+constexpr bool kGroupedPage = !std::is_same_v<Record, QuickAction> && !std::is_same_v<Record, KeyBinding>;
 
-template <typename Record> bool removeRecord(QList<Record>& records, const std::optional<QString>& name)
+// A grouped table may be filtered, so its rows are matched to records by the
+// name in column 0; with two equal names the first one is meant.
+template <typename Record> int indexByName(const QList<Record>& records, const QTableWidget* table, int row)
 {
-    if (!name)
-        return false;
-    for (int i = 0; i < records.size(); ++i) {
-        if (records[i].name == *name) {
-            records.removeAt(i);
-            return true;
-        }
+    const QTableWidgetItem* item = row >= 0 ? table->item(row, 0) : nullptr;
+    for (int i = 0; item && i < records.size(); ++i) {
+        if (records[i].name == item->text())
+            return i;
     }
-    return false;
-}
-
-QString filterGroup(const QString& comboText)
-{
-    return comboText == kAllGroups ? QString() : comboText;
+    return -1;
 }
 
 } // namespace
+
+// One tab of records: its table, its group filter (grouped pages only) and
+// what its buttons do with the collection behind it.
+struct ScriptEditor::Page {
+    QWidget* widget = nullptr;
+    QTableWidget* table = nullptr;
+    QComboBox* groupFilter = nullptr;
+    std::function<void(const QString& group)> populate;
+    std::function<int(int row)> indexOfRow; // -1 when the row shows no record
+    std::function<bool()> add;
+    std::function<bool(int index)> edit;
+    std::function<void(int index)> remove;
+};
 
 ScriptEditor::ScriptEditor(QWidget* parent)
     : QWidget(parent)
@@ -177,135 +132,176 @@ ScriptEditor::ScriptEditor(QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tabs);
 
-    setupAliasTab();
-    setupTriggerTab();
-    setupTimerTab();
-    setupVariableTab();
-    setupQuickActionTab();
+    addRecordPage(
+        QStringLiteral("Aliases"),
+        {QStringLiteral("Name"), QStringLiteral("Alias"), QStringLiteral("Group"), QStringLiteral("Enabled")},
+        &Scripts::aliases);
+    addRecordPage(QStringLiteral("Triggers"),
+                  {QStringLiteral("Name"), QStringLiteral("Pattern"), QStringLiteral("Regex"),
+                   QStringLiteral("Group"), QStringLiteral("Enabled")},
+                  &Scripts::triggers);
+    addRecordPage(QStringLiteral("Timers"),
+                  {QStringLiteral("Name"), QStringLiteral("Interval (ms)"), QStringLiteral("Type"),
+                   QStringLiteral("Group"), QStringLiteral("Enabled")},
+                  &Scripts::timers);
+    addRecordPage(QStringLiteral("Variables"),
+                  {QStringLiteral("Name"), QStringLiteral("Value"), QStringLiteral("Group")},
+                  &Scripts::variables);
+    addRecordPage(kQuickActionsTitle,
+                  {QStringLiteral("Label"), QStringLiteral("Command"), QStringLiteral("Enabled")},
+                  &Scripts::quickActions);
+    // Its tab is shown only with the client's conveniences on (updateKeyBindingsPage).
+    keyBindingsPage = addRecordPage(kKeyBindingsTitle,
+                                    {QStringLiteral("Key Sequence"), QStringLiteral("Commands"),
+                                     QStringLiteral("Name"), QStringLiteral("Enabled")},
+                                    &Scripts::keyBindings);
+    tabs->removeTab(tabs->indexOf(keyBindingsPage->widget));
     setupLuaTab();
 }
 
-ScriptEditor::Page ScriptEditor::addRecordPage(const QString& title, const QStringList& headers,
-                                               const std::function<void()>& onAdd,
-                                               const std::function<void()>& onEdit,
-                                               const std::function<void()>& onDelete,
-                                               const std::function<void(const QString&)>& onGroupChanged)
-{
-    Page page;
-    auto* widget = new QWidget(tabs);
-    auto* layout = new QVBoxLayout(widget);
+ScriptEditor::~ScriptEditor() = default;
 
-    if (onGroupChanged) {
-        page.groupFilter = new QComboBox(widget);
-        page.groupFilter->addItem(kAllGroups);
-        page.groupFilter->setMinimumWidth(160);
-        page.groupFilter->setAccessibleName(tr("Filter by group"));
-        connect(page.groupFilter, &QComboBox::currentTextChanged, this, onGroupChanged);
+template <typename Record>
+ScriptEditor::Page* ScriptEditor::addRecordPage(const QString& title, const QStringList& headers,
+                                                QList<Record> Scripts::*records)
+{
+    Page* page = addPageWidgets(title, headers, kGroupedPage<Record>);
+    QTableWidget* table = page->table;
+    page->populate = [this, table, records](const QString& group) {
+        fillTable(table, scripts.*records, group);
+    };
+    page->indexOfRow = [this, table, records](int row) {
+        if constexpr (kGroupedPage<Record>)
+            return indexByName(scripts.*records, table, row);
+        else
+            return row >= 0 && row < (scripts.*records).size() ? row : -1;
+    };
+    page->add = [this, records] {
+        Record record;
+        if (!ScriptRecordForms::create(this, record, conveniencesEnabled()))
+            return false;
+        (scripts.*records).append(record);
+        return true;
+    };
+    // The dialog works on a copy: the list may be replaced while it is open.
+    page->edit = [this, records](int index) {
+        Record record = (scripts.*records).at(index);
+        if (!ScriptRecordForms::edit(this, record, conveniencesEnabled()) ||
+            index >= (scripts.*records).size())
+            return false;
+        (scripts.*records)[index] = record;
+        return true;
+    };
+    page->remove = [this, records](int index) {
+        (scripts.*records).removeAt(index);
+    };
+    return page;
+}
+
+ScriptEditor::Page* ScriptEditor::addPageWidgets(const QString& title, const QStringList& headers,
+                                                 bool grouped)
+{
+    pages.push_back(std::make_unique<Page>());
+    Page* page = pages.back().get();
+    page->widget = new QWidget(tabs);
+    auto* layout = new QVBoxLayout(page->widget);
+
+    if (grouped) {
+        page->groupFilter = new QComboBox(page->widget);
+        page->groupFilter->addItem(kAllGroups);
+        page->groupFilter->setMinimumWidth(160);
+        page->groupFilter->setAccessibleName(tr("Filter by group"));
+        connect(page->groupFilter, &QComboBox::currentTextChanged, this,
+                [this, page](const QString& text) { onGroupChanged(*page, text); });
         auto* filterRow = new QHBoxLayout;
-        filterRow->addWidget(new QLabel(QStringLiteral("Filter by group:"), widget));
-        filterRow->addWidget(page.groupFilter);
+        filterRow->addWidget(new QLabel(QStringLiteral("Filter by group:"), page->widget));
+        filterRow->addWidget(page->groupFilter);
         filterRow->addStretch(1);
         layout->addLayout(filterRow);
     }
 
-    page.table = new QTableWidget(0, headers.size(), widget);
-    page.table->setHorizontalHeaderLabels(headers);
+    page->table = new QTableWidget(0, headers.size(), page->widget);
+    page->table->setHorizontalHeaderLabels(headers);
     // The text column (alias, pattern, value, command) gets the spare width.
-    QHeaderView* header = page.table->horizontalHeader();
+    QHeaderView* header = page->table->horizontalHeader();
     header->setSectionResizeMode(QHeaderView::ResizeToContents);
     header->setSectionResizeMode(1, QHeaderView::Stretch);
     header->setMinimumSectionSize(80);
-    page.table->verticalHeader()->hide();
-    page.table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    page.table->setSelectionMode(QAbstractItemView::SingleSelection);
-    page.table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    page.table->setAccessibleName(title);
-    connect(page.table, &QTableWidget::cellDoubleClicked, this, [onEdit] { onEdit(); });
-    layout->addWidget(page.table, 1);
+    page->table->verticalHeader()->hide();
+    page->table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    page->table->setSelectionMode(QAbstractItemView::SingleSelection);
+    page->table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Tab leaves the table for the buttons below; the arrow keys move between rows.
+    page->table->setTabKeyNavigation(false);
+    page->table->setAccessibleName(title);
+    connect(page->table, &QTableWidget::cellDoubleClicked, this, [this, page] { onEditClicked(*page); });
+    layout->addWidget(page->table, 1);
 
     auto* buttons = new QHBoxLayout;
-    for (const auto& [text, slot] :
-         {std::pair{QStringLiteral("Add"), onAdd}, std::pair{QStringLiteral("Edit"), onEdit},
-          std::pair{QStringLiteral("Delete"), onDelete}}) {
-        auto* button = new QPushButton(text, widget);
-        connect(button, &QPushButton::clicked, this, slot);
+    const std::pair<QString, void (ScriptEditor::*)(Page&)> actions[] = {
+        {QStringLiteral("Add"), &ScriptEditor::onAddClicked},
+        {QStringLiteral("Edit"), &ScriptEditor::onEditClicked},
+        {QStringLiteral("Delete"), &ScriptEditor::onDeleteClicked}};
+    for (const auto& [text, handler] : actions) {
+        auto* button = new QPushButton(text, page->widget);
+        connect(button, &QPushButton::clicked, this,
+                [this, page, handler = handler] { (this->*handler)(*page); });
         buttons->addWidget(button);
     }
     buttons->addStretch(1);
     layout->addLayout(buttons);
-    tabs->addTab(widget, title);
+    tabs->addTab(page->widget, title);
     return page;
-}
-
-void ScriptEditor::setupAliasTab()
-{
-    aliasPage = addRecordPage(
-        QStringLiteral("Aliases"),
-        {QStringLiteral("Name"), QStringLiteral("Alias"), QStringLiteral("Group"), QStringLiteral("Enabled")},
-        [this] { onAliasAdd(); }, [this] { onAliasEdit(); }, [this] { onAliasDelete(); },
-        [this](const QString& g) { onAliasGroupChanged(g); });
-}
-
-void ScriptEditor::setupTriggerTab()
-{
-    triggerPage = addRecordPage(
-        QStringLiteral("Triggers"),
-        {QStringLiteral("Name"), QStringLiteral("Pattern"), QStringLiteral("Regex"), QStringLiteral("Group"),
-         QStringLiteral("Enabled")},
-        [this] { onTriggerAdd(); }, [this] { onTriggerEdit(); }, [this] { onTriggerDelete(); },
-        [this](const QString& g) { onTriggerGroupChanged(g); });
-}
-
-void ScriptEditor::setupTimerTab()
-{
-    timerPage = addRecordPage(
-        QStringLiteral("Timers"),
-        {QStringLiteral("Name"), QStringLiteral("Interval (ms)"), QStringLiteral("Type"),
-         QStringLiteral("Group"), QStringLiteral("Enabled")},
-        [this] { onTimerAdd(); }, [this] { onTimerEdit(); }, [this] { onTimerDelete(); },
-        [this](const QString& g) { onTimerGroupChanged(g); });
-}
-
-void ScriptEditor::setupVariableTab()
-{
-    variablePage = addRecordPage(
-        QStringLiteral("Variables"),
-        {QStringLiteral("Name"), QStringLiteral("Value"), QStringLiteral("Group")},
-        [this] { onVariableAdd(); }, [this] { onVariableEdit(); }, [this] { onVariableDelete(); },
-        [this](const QString& g) { onVariableGroupChanged(g); });
-}
-
-void ScriptEditor::setupQuickActionTab()
-{
-    quickActionPage = addRecordPage(
-        QStringLiteral("Quick Actions"),
-        {QStringLiteral("Label"), QStringLiteral("Command"), QStringLiteral("Enabled")},
-        [this] { onQuickActionAdd(); }, [this] { onQuickActionEdit(); }, [this] { onQuickActionDelete(); },
-        {});
 }
 
 void ScriptEditor::setupLuaTab()
 {
     luaTab = new LuaScriptTab(tabs);
     connect(luaTab, &LuaScriptTab::modulesChanged, this, &ScriptEditor::emitScriptsChanged);
+    connect(luaTab, &LuaScriptTab::moduleCodeChanged, this, &ScriptEditor::onModuleCodeChanged);
     tabs->addTab(luaTab, QStringLiteral("Lua Scripts"));
 }
 
 void ScriptEditor::setSession(GameSession* newSession)
 {
+    if (session)
+        disconnect(session, nullptr, this, nullptr);
     session = newSession;
+    if (session)
+        connect(session, &GameSession::scriptsUpdated, this, &ScriptEditor::onSessionScriptsUpdated);
+    updateKeyBindingsPage();
+}
+
+bool ScriptEditor::conveniencesEnabled() const
+{
+    return session && session->isFeatureEnabled(GameFeature::ClientConveniences);
+}
+
+// The switch can change while the window exists, so this runs whenever the
+// editor is filled or asked for a tab.
+void ScriptEditor::updateKeyBindingsPage()
+{
+    const int index = tabs->indexOf(keyBindingsPage->widget);
+    if (conveniencesEnabled() && index < 0) {
+        tabs->insertTab(tabs->indexOf(luaTab), keyBindingsPage->widget, kKeyBindingsTitle);
+    } else if (!conveniencesEnabled() && index >= 0) {
+        tabs->removeTab(index);
+    }
 }
 
 void ScriptEditor::setScripts(const Scripts& newScripts)
 {
     scripts = newScripts;
     refreshGroupFilters();
-    populateAliasTable({});
-    populateTriggerTable({});
-    populateTimerTable({});
-    populateVariableTable({});
-    populateQuickActionTable();
+    populateAll();
     luaTab->setModules(scripts.luaModules, session ? session->getScriptDir() : QString());
+    updateKeyBindingsPage();
+}
+
+void ScriptEditor::populateAll()
+{
+    for (const auto& page : pages)
+        page->populate(QString());
 }
 
 Scripts ScriptEditor::getScripts() const
@@ -313,6 +309,27 @@ Scripts ScriptEditor::getScripts() const
     Scripts copy = scripts;
     copy.luaModules = luaTab->getModules();
     return copy;
+}
+
+// The editor's own changes come back this way too; only a change made
+// elsewhere refills it (which would otherwise drop the Lua tab's selection).
+void ScriptEditor::onSessionScriptsUpdated(const Scripts& updated)
+{
+    if (!(updated == getScripts()))
+        setScripts(updated);
+}
+
+// With the conveniences on, saved or imported module code takes effect at once.
+void ScriptEditor::onModuleCodeChanged()
+{
+    if (!conveniencesEnabled())
+        return;
+    QStringList enabledModules;
+    for (const LuaModule& module : luaTab->getModules()) {
+        if (module.enabled)
+            enabledModules.append(module.name);
+    }
+    session->getScriptEngine()->reloadAllLuaModules(enabledModules);
 }
 
 QStringList ScriptEditor::getAllGroups(const Scripts& source) const
@@ -336,8 +353,10 @@ QStringList ScriptEditor::getAllGroups(const Scripts& source) const
 void ScriptEditor::refreshGroupFilters()
 {
     const QStringList groups = getAllGroups(scripts);
-    for (QComboBox* combo :
-         {aliasPage.groupFilter, triggerPage.groupFilter, timerPage.groupFilter, variablePage.groupFilter}) {
+    for (const auto& page : pages) {
+        QComboBox* combo = page->groupFilter;
+        if (!combo)
+            continue;
         const QString current = combo->currentText();
         const QSignalBlocker blocker(combo);
         combo->clear();
@@ -354,8 +373,11 @@ void ScriptEditor::addInfoTab(QWidget* widget, const QString& title)
 
 void ScriptEditor::showTab(const QString& title)
 {
+    updateKeyBindingsPage();
+    const bool keysHidden = tabs->indexOf(keyBindingsPage->widget) < 0;
+    const QString shown = title == kKeyBindingsTitle && keysHidden ? kQuickActionsTitle : title;
     for (int i = 0; i < tabs->count(); ++i) {
-        if (tabs->tabText(i) == title) {
+        if (tabs->tabText(i) == shown) {
             tabs->setCurrentIndex(i);
             return;
         }
@@ -367,159 +389,37 @@ void ScriptEditor::emitScriptsChanged()
     emit scriptsChanged(getScripts());
 }
 
-std::optional<QString> ScriptEditor::currentName(const Page& page) const
-{
-    const int row = page.table->currentRow();
-    if (row < 0 || !page.table->item(row, 0))
-        return std::nullopt;
-    return page.table->item(row, 0)->text();
-}
-
 // After any change the table shows every record again, whatever the filter says.
-void ScriptEditor::recordsChanged(void (ScriptEditor::*populate)(const QString&))
+void ScriptEditor::recordsChanged(Page& page)
 {
-    (this->*populate)(QString());
+    page.populate(QString());
     refreshGroupFilters();
     emitScriptsChanged();
 }
 
-void ScriptEditor::populateAliasTable(const QString& group)
+void ScriptEditor::onGroupChanged(Page& page, const QString& text)
 {
-    fillTable(aliasPage.table, scripts.aliases, group);
-}
-void ScriptEditor::populateTriggerTable(const QString& group)
-{
-    fillTable(triggerPage.table, scripts.triggers, group);
-}
-void ScriptEditor::populateTimerTable(const QString& group)
-{
-    fillTable(timerPage.table, scripts.timers, group);
-}
-void ScriptEditor::populateVariableTable(const QString& group)
-{
-    fillTable(variablePage.table, scripts.variables, group);
-}
-void ScriptEditor::populateQuickActionTable()
-{
-    fillTable(quickActionPage.table, scripts.quickActions);
+    page.populate(text == kAllGroups ? QString() : text);
 }
 
-void ScriptEditor::onAliasGroupChanged(const QString& group)
+void ScriptEditor::onAddClicked(Page& page)
 {
-    populateAliasTable(filterGroup(group));
-}
-void ScriptEditor::onTriggerGroupChanged(const QString& group)
-{
-    populateTriggerTable(filterGroup(group));
-}
-void ScriptEditor::onTimerGroupChanged(const QString& group)
-{
-    populateTimerTable(filterGroup(group));
-}
-void ScriptEditor::onVariableGroupChanged(const QString& group)
-{
-    populateVariableTable(filterGroup(group));
+    if (page.add())
+        recordsChanged(page);
 }
 
-void ScriptEditor::onAliasAdd()
+void ScriptEditor::onEditClicked(Page& page)
 {
-    if (addRecord(this, AliasKind, scripts.aliases))
-        recordsChanged(&ScriptEditor::populateAliasTable);
+    const int index = page.indexOfRow(page.table->currentRow());
+    if (index >= 0 && page.edit(index))
+        recordsChanged(page);
 }
 
-void ScriptEditor::onAliasEdit()
+void ScriptEditor::onDeleteClicked(Page& page)
 {
-    if (editRecord(this, AliasKind, scripts.aliases, currentName(aliasPage)))
-        recordsChanged(&ScriptEditor::populateAliasTable);
-}
-
-void ScriptEditor::onAliasDelete()
-{
-    if (removeRecord(scripts.aliases, currentName(aliasPage)))
-        recordsChanged(&ScriptEditor::populateAliasTable);
-}
-
-void ScriptEditor::onTriggerAdd()
-{
-    if (addRecord(this, TriggerKind, scripts.triggers))
-        recordsChanged(&ScriptEditor::populateTriggerTable);
-}
-
-void ScriptEditor::onTriggerEdit()
-{
-    if (editRecord(this, TriggerKind, scripts.triggers, currentName(triggerPage)))
-        recordsChanged(&ScriptEditor::populateTriggerTable);
-}
-
-void ScriptEditor::onTriggerDelete()
-{
-    if (removeRecord(scripts.triggers, currentName(triggerPage)))
-        recordsChanged(&ScriptEditor::populateTriggerTable);
-}
-
-void ScriptEditor::onTimerAdd()
-{
-    if (addRecord(this, TimerKind, scripts.timers))
-        recordsChanged(&ScriptEditor::populateTimerTable);
-}
-
-void ScriptEditor::onTimerEdit()
-{
-    if (editRecord(this, TimerKind, scripts.timers, currentName(timerPage)))
-        recordsChanged(&ScriptEditor::populateTimerTable);
-}
-
-void ScriptEditor::onTimerDelete()
-{
-    if (removeRecord(scripts.timers, currentName(timerPage)))
-        recordsChanged(&ScriptEditor::populateTimerTable);
-}
-
-void ScriptEditor::onVariableAdd()
-{
-    if (addRecord(this, VariableKind, scripts.variables))
-        recordsChanged(&ScriptEditor::populateVariableTable);
-}
-
-void ScriptEditor::onVariableEdit()
-{
-    if (editRecord(this, VariableKind, scripts.variables, currentName(variablePage)))
-        recordsChanged(&ScriptEditor::populateVariableTable);
-}
-
-void ScriptEditor::onVariableDelete()
-{
-    if (removeRecord(scripts.variables, currentName(variablePage)))
-        recordsChanged(&ScriptEditor::populateVariableTable);
-}
-
-void ScriptEditor::onQuickActionAdd()
-{
-    scripts.quickActions.append({QStringLiteral("New Action"), QStringLiteral("command"), true});
-    populateQuickActionTable();
-    emitScriptsChanged();
-}
-
-void ScriptEditor::onQuickActionEdit()
-{
-    const int row = quickActionPage.table->currentRow();
-    if (row < 0 || row >= scripts.quickActions.size())
+    const int index = page.indexOfRow(page.table->currentRow());
+    if (index < 0)
         return;
-    QuickActionDialog dialog(this);
-    dialog.setQuickAction(scripts.quickActions[row]);
-    if (dialog.exec() != QDialog::Accepted)
-        return;
-    scripts.quickActions[row] = dialog.getQuickAction();
-    populateQuickActionTable();
-    emitScriptsChanged();
-}
-
-void ScriptEditor::onQuickActionDelete()
-{
-    const int row = quickActionPage.table->currentRow();
-    if (row < 0 || row >= scripts.quickActions.size())
-        return;
-    scripts.quickActions.removeAt(row);
-    populateQuickActionTable();
-    emitScriptsChanged();
+    page.remove(index);
+    recordsChanged(page);
 }

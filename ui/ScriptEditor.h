@@ -4,20 +4,19 @@
 #include <QStringList>
 #include <QWidget>
 
-#include <functional>
-#include <optional>
+#include <memory>
+#include <vector>
 
 #include "storage/Scripts.h"
 
 class GameSession;
 class LuaScriptTab;
-class QComboBox;
 class QTabWidget;
-class QTableWidget;
 
 // The window where a player edits one character's aliases, triggers, timers,
-// variables, quick actions and Lua modules. It works on a copy and announces
-// every change with the whole record; whoever listens applies and stores it.
+// variables, quick actions and Lua modules (and, with the client's
+// conveniences on, key bindings). It works on a copy and announces every
+// change with the whole record; whoever listens applies and stores it.
 class ScriptEditor : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ScriptEditor)
@@ -26,12 +25,17 @@ public:
     static constexpr int kShownTextLength = 50;
 
     explicit ScriptEditor(QWidget* parent = nullptr);
+    ~ScriptEditor() override;
 
+    // Follows the session's scripts from now on: a change made elsewhere (a
+    // profile import) replaces the working copy instead of being overwritten
+    // by the next edit here.
     void setSession(GameSession* session);
     void setScripts(const Scripts& scripts);
     Scripts getScripts() const;
     QStringList getAllGroups(const Scripts& scripts) const;
     void addInfoTab(QWidget* widget, const QString& title);
+    // "Key Bindings" shows the quick actions when the key bindings are not on show.
     void showTab(const QString& title);
 
 signals:
@@ -40,58 +44,31 @@ signals:
 public slots:
     void emitScriptsChanged();
 
-    void onAliasAdd();
-    void onAliasEdit();
-    void onAliasDelete();
-    void onAliasGroupChanged(const QString& group);
-    void onTriggerAdd();
-    void onTriggerEdit();
-    void onTriggerDelete();
-    void onTriggerGroupChanged(const QString& group);
-    void onTimerAdd();
-    void onTimerEdit();
-    void onTimerDelete();
-    void onTimerGroupChanged(const QString& group);
-    void onVariableAdd();
-    void onVariableEdit();
-    void onVariableDelete();
-    void onVariableGroupChanged(const QString& group);
-    void onQuickActionAdd();
-    void onQuickActionEdit();
-    void onQuickActionDelete();
-
-    void populateAliasTable(const QString& group);
-    void populateTriggerTable(const QString& group);
-    void populateTimerTable(const QString& group);
-    void populateVariableTable(const QString& group);
-    void populateQuickActionTable();
+private slots:
+    void onSessionScriptsUpdated(const Scripts& scripts);
+    void onModuleCodeChanged();
 
 private:
-    struct Page {
-        QTableWidget* table = nullptr;
-        QComboBox* groupFilter = nullptr;
-    };
+    struct Page;
 
-    void setupAliasTab();
-    void setupTriggerTab();
-    void setupTimerTab();
-    void setupVariableTab();
-    void setupQuickActionTab();
+    template <typename Record>
+    Page* addRecordPage(const QString& title, const QStringList& headers, QList<Record> Scripts::*records);
+    Page* addPageWidgets(const QString& title, const QStringList& headers, bool grouped);
     void setupLuaTab();
-    Page addRecordPage(const QString& title, const QStringList& headers, const std::function<void()>& onAdd,
-                       const std::function<void()>& onEdit, const std::function<void()>& onDelete,
-                       const std::function<void(const QString&)>& onGroupChanged);
+    void onAddClicked(Page& page);
+    void onEditClicked(Page& page);
+    void onDeleteClicked(Page& page);
+    void onGroupChanged(Page& page, const QString& text);
+    void recordsChanged(Page& page);
+    void populateAll();
     void refreshGroupFilters();
-    std::optional<QString> currentName(const Page& page) const;
-    void recordsChanged(void (ScriptEditor::*populate)(const QString&));
+    void updateKeyBindingsPage();
+    bool conveniencesEnabled() const;
 
     QPointer<GameSession> session;
     Scripts scripts;
     QTabWidget* tabs = nullptr;
-    Page aliasPage;
-    Page triggerPage;
-    Page timerPage;
-    Page variablePage;
-    Page quickActionPage;
+    std::vector<std::unique_ptr<Page>> pages;
+    Page* keyBindingsPage = nullptr;
     LuaScriptTab* luaTab = nullptr;
 };

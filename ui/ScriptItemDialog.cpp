@@ -1,16 +1,20 @@
 #include "ui/ScriptItemDialog.h"
 
 #include <QCheckBox>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
+#include <QPixmap>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QSpinBox>
 #include <QVBoxLayout>
+
+#include "ui/FormTextEdit.h"
 
 namespace {
 
@@ -18,7 +22,7 @@ const QString kLuaPrefix = QStringLiteral("lua:");
 constexpr int kRepeatIndex = 0;
 constexpr int kOnceIndex = 1;
 
-QString kindTitle(int kind)
+QString kindTitle(ScriptItemDialog::Kind kind)
 {
     switch (kind) {
     case ScriptItemDialog::AliasKind:
@@ -31,14 +35,19 @@ QString kindTitle(int kind)
         return QStringLiteral("Variable");
     case ScriptItemDialog::KeyBindingKind:
         return QStringLiteral("Key Binding");
-    default:
-        return QString();
     }
+    return QString();
+}
+
+// A row's label without its colon is what a screen reader calls the field.
+QString spokenName(const QString& label)
+{
+    return label.endsWith(QLatin1Char(':')) ? label.chopped(1) : label;
 }
 
 } // namespace
 
-ScriptItemDialog::ScriptItemDialog(int kind, QWidget* parent)
+ScriptItemDialog::ScriptItemDialog(Kind kind, QWidget* parent)
     : QDialog(parent)
     , kind(kind)
 {
@@ -49,67 +58,19 @@ ScriptItemDialog::ScriptItemDialog(int kind, QWidget* parent)
     showRelevantFields();
 }
 
+QString ScriptItemDialog::timerTypeLabel(TimerType type)
+{
+    return type == TimerType::Once ? QStringLiteral("Once") : QStringLiteral("Repeat");
+}
+
 void ScriptItemDialog::setupUi()
 {
     auto* layout = new QVBoxLayout(this);
-    auto* form = new QFormLayout;
+    form = new QFormLayout;
     layout->addLayout(form);
-    const auto row = [this, form](const QString& label, QWidget* field) {
-        auto* labelWidget = new QLabel(label, this);
-        labelWidget->setBuddy(field);
-        form->addRow(labelWidget, field);
-        rowLabels.insert(field, labelWidget);
-    };
-
-    nameEdit = new QLineEdit(this);
-    row(tr("Name:"), nameEdit);
-    groupEdit = new QLineEdit(this);
-    groupEdit->setPlaceholderText(tr("Optional - leave blank for ungrouped"));
-    row(tr("Group:"), groupEdit);
-
-    aliasEdit = new QLineEdit(this);
-    row(tr("Alias Text:"), aliasEdit);
-
-    patternRow = new QWidget(this);
-    auto* patternLayout = new QHBoxLayout(patternRow);
-    patternLayout->setContentsMargins(0, 0, 0, 0);
-    patternEdit = new QLineEdit(patternRow);
-    patternEdit->setPlaceholderText(tr("Text pattern to match"));
-    regexCheck = new QCheckBox(tr("Use Regular Expression"), patternRow);
-    patternLayout->addWidget(patternEdit, 1);
-    patternLayout->addWidget(regexCheck);
-    row(tr("Pattern:"), patternRow);
-    rowLabels.value(patternRow)->setBuddy(patternEdit);
-
-    intervalSpin = new QSpinBox(this);
-    intervalSpin->setRange(100, 3600000);
-    intervalSpin->setSuffix(QStringLiteral(" ms"));
-    row(tr("Interval:"), intervalSpin);
-    timerTypeCombo = new QComboBox(this);
-    timerTypeCombo->insertItem(kRepeatIndex, tr("Repeat"));
-    timerTypeCombo->insertItem(kOnceIndex, tr("Once"));
-    row(tr("Type:"), timerTypeCombo);
-
-    valueEdit = new QPlainTextEdit(this);
-    valueEdit->setPlaceholderText(tr("Variable value"));
-    row(tr("Value:"), valueEdit);
-
-    keySequenceEdit = new QLineEdit(this);
-    keySequenceEdit->setPlaceholderText(tr("e.g., F1, Ctrl+F1, Shift+F5"));
-    row(tr("Key Sequence:"), keySequenceEdit);
-
-    commandModeCombo = new QComboBox(this);
-    commandModeCombo->insertItem(CommandListMode, tr("TinTin Commands"));
-    commandModeCombo->insertItem(LuaFunctionMode, tr("Lua Function"));
-    row(tr("Command Mode:"), commandModeCombo);
-    commandsEdit = new QPlainTextEdit(this);
-    commandsEdit->setPlaceholderText(tr("Commands to execute"));
-    row(tr("Commands:"), commandsEdit);
-    functionEdit = new QLineEdit(this);
-    row(tr("Function:"), functionEdit);
-    argEdit = new QLineEdit(this);
-    argEdit->setPlaceholderText(tr("Optional - leave blank to pass trigger match"));
-    row(tr("Arg:"), argEdit);
+    setupItemRows();
+    setupCommandRows();
+    setupHighlightRow();
 
     enabledCheck = new QCheckBox(tr("Enabled"), this);
     enabledCheck->setChecked(true);
@@ -121,9 +82,96 @@ void ScriptItemDialog::setupUi()
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
+// `labelled` is the control the label speaks for when the field is a row of several.
+void ScriptItemDialog::addRow(const QString& label, QWidget* field, QWidget* labelled)
+{
+    QWidget* target = labelled ? labelled : field;
+    auto* labelWidget = new QLabel(label, this);
+    labelWidget->setBuddy(target);
+    // The label finds its control only when both share a parent; naming the
+    // control itself also covers the ones inside a row.
+    target->setAccessibleName(spokenName(label));
+    form->addRow(labelWidget, field);
+    rowLabels.insert(field, labelWidget);
+}
+
+void ScriptItemDialog::setupItemRows()
+{
+    nameEdit = new QLineEdit(this);
+    addRow(tr("Name:"), nameEdit);
+    groupEdit = new QLineEdit(this);
+    groupEdit->setPlaceholderText(tr("Optional - leave blank for ungrouped"));
+    addRow(tr("Group:"), groupEdit);
+
+    aliasEdit = new QLineEdit(this);
+    addRow(tr("Alias Text:"), aliasEdit);
+
+    patternRow = new QWidget(this);
+    auto* patternLayout = new QHBoxLayout(patternRow);
+    patternLayout->setContentsMargins(0, 0, 0, 0);
+    patternEdit = new QLineEdit(patternRow);
+    patternEdit->setPlaceholderText(tr("Text pattern to match"));
+    regexCheck = new QCheckBox(tr("Use Regular Expression"), patternRow);
+    patternLayout->addWidget(patternEdit, 1);
+    patternLayout->addWidget(regexCheck);
+    addRow(tr("Pattern:"), patternRow, patternEdit);
+
+    intervalSpin = new QSpinBox(this);
+    intervalSpin->setRange(100, 3600000);
+    intervalSpin->setSuffix(QStringLiteral(" ms"));
+    addRow(tr("Interval:"), intervalSpin);
+    timerTypeCombo = new QComboBox(this);
+    timerTypeCombo->insertItem(kRepeatIndex, timerTypeLabel(TimerType::Repeat));
+    timerTypeCombo->insertItem(kOnceIndex, timerTypeLabel(TimerType::Once));
+    addRow(tr("Type:"), timerTypeCombo);
+
+    valueEdit = new FormTextEdit(this);
+    valueEdit->setPlaceholderText(tr("Variable value"));
+    addRow(tr("Value:"), valueEdit);
+
+    keySequenceEdit = new QLineEdit(this);
+    keySequenceEdit->setPlaceholderText(tr("e.g., F1, Ctrl+F1, Shift+F5"));
+    addRow(tr("Key Sequence:"), keySequenceEdit);
+}
+
+void ScriptItemDialog::setupCommandRows()
+{
+    commandModeCombo = new QComboBox(this);
+    commandModeCombo->insertItem(CommandListMode, tr("TinTin Commands"));
+    commandModeCombo->insertItem(LuaFunctionMode, tr("Lua Function"));
+    addRow(tr("Command Mode:"), commandModeCombo);
+    commandsEdit = new FormTextEdit(this);
+    commandsEdit->setPlaceholderText(tr("Commands to execute"));
+    addRow(tr("Commands:"), commandsEdit);
+    functionEdit = new QLineEdit(this);
+    addRow(tr("Function:"), functionEdit);
+    argEdit = new QLineEdit(this);
+    argEdit->setPlaceholderText(tr("Optional - leave blank to pass trigger match"));
+    addRow(tr("Arg:"), argEdit);
+}
+
+void ScriptItemDialog::setupHighlightRow()
+{
+    highlightRow = new QWidget(this);
+    auto* rowLayout = new QHBoxLayout(highlightRow);
+    rowLayout->setContentsMargins(0, 0, 0, 0);
+    highlightCheck = new QCheckBox(tr("Highlight matching lines"), highlightRow);
+    highlightColorButton = new QPushButton(highlightRow);
+    highlightColorButton->setAutoDefault(false);
+    highlightColorButton->setAccessibleName(tr("Highlight colour"));
+    highlightColorButton->setToolTip(tr("Choose the colour of highlighted lines"));
+    rowLayout->addWidget(highlightCheck);
+    rowLayout->addWidget(highlightColorButton);
+    rowLayout->addStretch(1);
+    addRow(tr("Highlight:"), highlightRow, highlightCheck);
+    highlightCheck->setAccessibleName(highlightCheck->text());
+    showHighlightColor(editedTrigger.highlightColor);
+}
+
 void ScriptItemDialog::connectSignals()
 {
     connect(commandModeCombo, &QComboBox::currentIndexChanged, this, &ScriptItemDialog::onCommandModeChanged);
+    connect(highlightColorButton, &QPushButton::clicked, this, &ScriptItemDialog::onHighlightColorClicked);
 }
 
 void ScriptItemDialog::setRowVisible(QWidget* field, bool visible)
@@ -148,11 +196,47 @@ void ScriptItemDialog::showRelevantFields()
     setRowVisible(commandsEdit, (hasCommandMode && !luaMode) || kind == KeyBindingKind);
     setRowVisible(functionEdit, luaMode);
     setRowVisible(argEdit, luaMode);
+    setRowVisible(highlightRow, kind == TriggerKind && highlightEditable);
+}
+
+void ScriptItemDialog::setHighlightEditable(bool editable)
+{
+    highlightEditable = editable;
+    showRelevantFields();
 }
 
 void ScriptItemDialog::onCommandModeChanged(int)
 {
     showRelevantFields();
+}
+
+void ScriptItemDialog::onHighlightColorClicked()
+{
+    // Opened window-modal rather than through the static getter, so the form
+    // stays responsive to its own event loop and the choice arrives as a signal.
+    auto* dialog = new QColorDialog(QColor(editedTrigger.highlightColor), this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(tr("Highlight Colour"));
+    connect(dialog, &QColorDialog::colorSelected, this, &ScriptItemDialog::onHighlightColorChosen);
+    dialog->open();
+}
+
+void ScriptItemDialog::onHighlightColorChosen(const QColor& color)
+{
+    if (!color.isValid())
+        return;
+    // Stored the way the defaults are written: "#RRGGBB" in capitals.
+    editedTrigger.highlightColor = color.name().toUpper();
+    showHighlightColor(editedTrigger.highlightColor);
+}
+
+void ScriptItemDialog::showHighlightColor(const QString& color)
+{
+    QPixmap swatch(16, 16);
+    swatch.fill(QColor(color));
+    highlightColorButton->setIcon(swatch);
+    highlightColorButton->setText(color);
+    highlightColorButton->setAccessibleDescription(color);
 }
 
 void ScriptItemDialog::loadCommands(const QString& commands)
@@ -211,6 +295,8 @@ void ScriptItemDialog::setTrigger(const Trigger& trigger)
     groupEdit->setText(trigger.group);
     patternEdit->setText(trigger.pattern);
     regexCheck->setChecked(trigger.regex);
+    highlightCheck->setChecked(trigger.highlight);
+    showHighlightColor(trigger.highlightColor);
     loadCommands(trigger.commands);
     enabledCheck->setChecked(trigger.enabled);
 }
@@ -224,6 +310,8 @@ Trigger ScriptItemDialog::getTrigger() const
     trigger.regex = regexCheck->isChecked();
     trigger.commands = buildCommands();
     trigger.enabled = enabledCheck->isChecked();
+    if (highlightEditable)
+        trigger.highlight = highlightCheck->isChecked();
     return trigger;
 }
 
@@ -243,7 +331,8 @@ Timer ScriptItemDialog::getTimer() const
     timer.name = nameEdit->text();
     timer.group = groupEdit->text();
     timer.intervalMs = intervalSpin->value();
-    timer.type = timerTypeText(timerTypeCombo->currentIndex() == kOnceIndex ? TimerType::Once : TimerType::Repeat);
+    timer.type =
+        timerTypeText(timerTypeCombo->currentIndex() == kOnceIndex ? TimerType::Once : TimerType::Repeat);
     timer.commands = buildCommands();
     timer.enabled = enabledCheck->isChecked();
     return timer;

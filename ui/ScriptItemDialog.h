@@ -7,9 +7,11 @@
 
 class QCheckBox;
 class QComboBox;
+class QFormLayout;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
+class QPushButton;
 class QSpinBox;
 
 // The modal form for one alias, trigger, timer, variable or key binding. The
@@ -24,7 +26,14 @@ public:
     enum Kind { AliasKind = 0, TriggerKind = 1, TimerKind = 2, VariableKind = 3, KeyBindingKind = 4 };
     enum CommandMode { CommandListMode = 0, LuaFunctionMode = 1 };
 
-    explicit ScriptItemDialog(int kind, QWidget* parent = nullptr);
+    explicit ScriptItemDialog(Kind kind, QWidget* parent = nullptr);
+
+    // The word a timer's type is shown as, here and in the editor's table.
+    static QString timerTypeLabel(TimerType type);
+
+    // Lets a trigger's highlight and its colour be set; otherwise the form
+    // leaves them as they came.
+    void setHighlightEditable(bool editable);
 
     void setAlias(const Alias& alias);
     Alias getAlias() const;
@@ -41,17 +50,25 @@ public:
 
 private slots:
     void onCommandModeChanged(int mode);
+    void onHighlightColorClicked();
+    void onHighlightColorChosen(const QColor& color);
 
 private:
     void setupUi();
+    void setupItemRows();
+    void setupCommandRows();
+    void setupHighlightRow();
+    void addRow(const QString& label, QWidget* field, QWidget* labelled = nullptr);
     void connectSignals();
     void setRowVisible(QWidget* field, bool visible);
     void loadCommands(const QString& commands);
     QString buildCommands() const;
+    void showHighlightColor(const QString& color);
 
-    int kind;
-    // The form does not show a trigger's highlight settings; they are kept
-    // from the trigger being edited so that saving does not reset them.
+    Kind kind;
+    bool highlightEditable = false;
+    // The highlight settings are kept from the trigger being edited so that
+    // saving does not reset what the form does not show.
     Trigger editedTrigger;
 
     QLineEdit* nameEdit = nullptr;
@@ -68,6 +85,10 @@ private:
     QPlainTextEdit* commandsEdit = nullptr;
     QLineEdit* functionEdit = nullptr;
     QLineEdit* argEdit = nullptr;
+    QWidget* highlightRow = nullptr;
+    QCheckBox* highlightCheck = nullptr;
+    QPushButton* highlightColorButton = nullptr;
     QCheckBox* enabledCheck = nullptr;
+    QFormLayout* form = nullptr;
     QMap<QWidget*, QLabel*> rowLabels;
 };

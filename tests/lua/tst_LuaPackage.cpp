@@ -74,8 +74,11 @@ void tst_LuaPackage::exportAndImportThroughZip()
 
     writeFile(path("to/alpha.lua"), "-- mine\n");
     QList<LuaModule> imported;
-    QVERIFY2(LuaPackage::importPackage(archive, path("to"), true, imported, error), qPrintable(error));
+    QStringList written;
+    QVERIFY2(LuaPackage::importPackage(archive, path("to"), true, imported, error, &written),
+             qPrintable(error));
     QCOMPARE(imported, metadata.modules); // a module named without a file is still returned
+    QCOMPARE(written, QStringList{"beta"});
     QCOMPARE(readFile(path("to/alpha.lua")), QByteArray("-- mine\n"));
     QCOMPARE(readFile(path("to/beta.lua")), readFile(path("from/beta.lua")));
 

@@ -213,12 +213,21 @@ void tst_LuaScriptTab::packagesImportNewModulesOnly()
     tab->messages.clear();
     tab->answers = {archive};
     tab->click("Import Package");
-    QCOMPARE(tab->messages, QStringList{"Import Successful|Imported 2 module(s)"});
+    // "a" is already there: only "z" counts.
+    QCOMPARE(tab->messages, QStringList{"Import Successful|Imported 1 module(s)"});
     QCOMPARE(changed.count(), 1);
     QCOMPARE(tab->getModules().size(), 4);
     QCOMPARE(tab->getModules().last(), (LuaModule{"z", false, 7}));
     QCOMPARE(readFile(file("a")), QByteArray("-- mine\n"));
     QCOMPARE(readFile(file("z")), QByteArray("-- z\n"));
+
+    QSignalSpy code(tab.get(), &LuaScriptTab::moduleCodeChanged);
+    tab->messages.clear();
+    tab->answers = {archive};
+    tab->click("Import Package");
+    QCOMPARE(tab->messages, QStringList{"Import Successful|Imported 0 module(s)"});
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(code.count(), 0);
 }
 
 OLVEX_TEST_MAIN(tst_LuaScriptTab, QApplication)

@@ -1,14 +1,20 @@
 #include <QApplication>
 #include <QComboBox>
+#include <QKeySequenceEdit>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QtTest>
 
+#include "lua/LuaScriptTab.h"
 #include "script/ScriptEngine.h"
 #include "session/GameSession.h"
+#include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "ui/KeyBindingDialog.h"
 #include "ui/MsdpViewer.h"
 #include "ui/ScriptEditor.h"
 #include "ui/ScriptItemDialog.h"
@@ -34,15 +40,46 @@ QStringList column(QTableWidget* table, int c)
     return texts;
 }
 
+QStringList tabTitles(ScriptEditor& editor)
+{
+    auto* tabs = editor.findChild<QTabWidget*>();
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles << tabs->tabText(i);
+    return titles;
+}
+
+QString currentTab(ScriptEditor& editor)
+{
+    auto* tabs = editor.findChild<QTabWidget*>();
+    return tabs->tabText(tabs->currentIndex());
+}
+
+// Presses a button of a record page, as the player does.
+void press(ScriptEditor& editor, const QString& tab, const QString& button)
+{
+    for (QPushButton* b : tableOf(editor, tab)->parentWidget()->findChildren<QPushButton*>())
+        if (b->text() == button)
+            return b->click();
+    QFAIL(qPrintable("no button " + button));
+}
+
+// Runs `fill` on the next modal dialog, then accepts it.
+template <typename Dialog> void acceptNextDialog(std::function<void(Dialog*)> fill)
+{
+    QTimer::singleShot(0, [fill] {
+        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        fill(dialog);
+        dialog->accept();
+    });
+}
+
 // Fills the first line edit (the name) of the next item dialog and accepts it.
 void acceptNextItemDialog(const QString& name)
 {
-    QTimer::singleShot(0, [name] {
-        auto* dialog = qobject_cast<ScriptItemDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
-        dialog->findChildren<QLineEdit*>().first()->setText(name);
-        dialog->accept();
-    });
+    acceptNextDialog<ScriptItemDialog>(
+        [name](ScriptItemDialog* dialog) { dialog->findChildren<QLineEdit*>().first()->setText(name); });
 }
 
 } // namespace
@@ -53,6 +90,10 @@ class tst_ScriptEditor : public QObject {
 private slots:
     void showsFiltersAndShortens();
     void everyChangeEmitsTheWholeRecord();
+    void tabMovesOnFromTables();
+    void conveniencesFollowTheSwitch_data();
+    void conveniencesFollowTheSwitch();
+    void followsTheSessionsScripts();
     void msdpViewerSortsAndUpdatesInPlace();
     void triggerDebuggerLogsAndDetaches();
 };
@@ -80,10 +121,6 @@ void tst_ScriptEditor::showsFiltersAndShortens()
     QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a"}));
     filter->setCurrentText("All");
     QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a", "b"}));
-
-    auto* tabs = editor.findChild<QTabWidget*>();
-    editor.showTab("Quick Actions");
-    QCOMPARE(tabs->tabText(tabs->currentIndex()), "Quick Actions");
 }
 
 void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
@@ -100,12 +137,12 @@ void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
     };
     QTableWidget* aliases = tableOf(editor, "Aliases");
 
-    editor.onAliasEdit(); // nothing selected: nothing happens
-    editor.onAliasDelete();
+    press(editor, "Aliases", "Edit"); // nothing selected: nothing happens
+    press(editor, "Aliases", "Delete");
     QCOMPARE(changed.count(), 0);
 
     acceptNextItemDialog("second");
-    editor.onAliasAdd();
+    press(editor, "Aliases", "Add");
     QCOMPARE(changed.count(), 1);
     QCOMPARE(emitted().aliases.value(1).name, "second");
     QCOMPARE(emitted().variables, scripts.variables);
@@ -113,20 +150,147 @@ void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
 
     aliases->setCurrentCell(0, 0);
     acceptNextItemDialog("renamed");
-    editor.onAliasEdit();
+    press(editor, "Aliases", "Edit");
     QCOMPARE(emitted().aliases[0].name, "renamed");
     QCOMPARE(emitted().aliases[0].alias, "k");
 
     aliases->setCurrentCell(1, 0);
-    editor.onAliasDelete();
+    press(editor, "Aliases", "Delete");
     QCOMPARE(emitted().aliases.size(), 1);
 
-    editor.onQuickActionAdd();
+    press(editor, "Quick Actions", "Add");
     QCOMPARE(emitted().quickActions, QList<QuickAction>({{"New Action", "command", true}}));
     tableOf(editor, "Quick Actions")->setCurrentCell(0, 0);
-    editor.onQuickActionDelete();
+    press(editor, "Quick Actions", "Delete");
     QVERIFY(emitted().quickActions.isEmpty());
     QCOMPARE(changed.count(), 5);
+}
+
+// Tab used to walk the cells in a loop, so the buttons were out of reach.
+void tst_ScriptEditor::tabMovesOnFromTables()
+{
+    ScriptEditor editor;
+    Scripts scripts;
+    scripts.aliases = {{"a", "k", "kill", "", true}, {"b", "b", "bash", "", true}};
+    editor.setScripts(scripts);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    QTableWidget* aliases = tableOf(editor, "Aliases");
+    aliases->setFocus();
+    QTest::keyClick(aliases, Qt::Key_Down);
+    const int selected = aliases->currentRow();
+    for (const char* button : {"Add", "Edit", "Delete"}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        auto* focused = qobject_cast<QPushButton*>(QApplication::focusWidget());
+        QVERIFY2(focused && focused->text() == button, button);
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    QCOMPARE(column(aliases, 0), QStringList{selected == 0 ? "b" : "a"});
+}
+
+void tst_ScriptEditor::conveniencesFollowTheSwitch_data()
+{
+    QTest::addColumn<bool>("on");
+    QTest::newRow("off") << false;
+    QTest::newRow("on") << true;
+}
+
+void tst_ScriptEditor::conveniencesFollowTheSwitch()
+{
+    QFETCH(bool, on);
+    GameSession session(Character{"Keys", "", "127.0.0.1", on ? 2 : 1, ""}, nullptr);
+    session.setFeatureEnabled(GameFeature::ClientConveniences, on);
+    Scripts scripts;
+    scripts.keyBindings = {{"odd", "Hyper+Q", "old", "g", true}}; // hand-written, not recordable
+    scripts.luaModules = {{"m", true, 0}};
+    QFile module(session.getScriptDir() + "/m.lua");
+    QVERIFY(module.open(QIODevice::WriteOnly));
+    module.close();
+    ScriptEditor editor;
+    editor.setSession(&session);
+    editor.setScripts(scripts);
+    connect(&editor, &ScriptEditor::scriptsChanged, &session, &GameSession::updateScripts);
+
+    QStringList titles = {"Aliases", "Triggers", "Timers", "Variables", "Quick Actions", "Lua Scripts"};
+    if (on)
+        titles.insert(5, "Key Bindings");
+    QCOMPARE(tabTitles(editor), titles);
+    editor.showTab("Key Bindings"); // what the toolbar's "Keys" asks for
+    QCOMPARE(currentTab(editor), on ? "Key Bindings" : "Quick Actions");
+
+    bool highlightOffered = !on;
+    QTimer::singleShot(0, [&highlightOffered] {
+        auto* dialog = qobject_cast<ScriptItemDialog*>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        for (QWidget* w : dialog->findChildren<QWidget*>())
+            if (w->accessibleName() == "Highlight colour")
+                highlightOffered = w->isVisibleTo(dialog);
+        dialog->reject();
+    });
+    press(editor, "Triggers", "Add");
+    QCOMPARE(highlightOffered, on);
+
+    // A saved module takes effect at once with the switch on, at the next connect without it.
+    auto* luaTab = editor.findChild<LuaScriptTab*>();
+    luaTab->findChild<QListWidget*>()->setCurrentRow(0);
+    luaTab->findChild<QPlainTextEdit*>()->setPlainText("function greet() end\n");
+    for (QPushButton* button : luaTab->findChildren<QPushButton*>())
+        if (button->text() == "Save")
+            button->click();
+    QCOMPARE(session.getLuaFunctions().contains("greet"), on);
+    if (!on)
+        return;
+
+    // Only recorded keys replace the stored text; the session applies every change.
+    tableOf(editor, "Key Bindings")->setCurrentCell(0, 0);
+    acceptNextDialog<KeyBindingDialog>(
+        [](KeyBindingDialog* dialog) { dialog->findChild<QPlainTextEdit*>()->setPlainText("new"); });
+    press(editor, "Key Bindings", "Edit");
+    acceptNextDialog<KeyBindingDialog>([](KeyBindingDialog* dialog) {
+        QTest::keyClick(dialog->findChild<QKeySequenceEdit*>(), Qt::Key_F5, Qt::ControlModifier);
+        dialog->findChild<QPlainTextEdit*>()->setPlainText("flee");
+    });
+    press(editor, "Key Bindings", "Add");
+    QCOMPARE(session.getScriptEngine()->scripts().keyBindings,
+             QList<KeyBinding>({{"odd", "Hyper+Q", "new", "g", true}, {"", "Ctrl+F5", "flee", "", true}}));
+    QCOMPARE(column(tableOf(editor, "Key Bindings"), 0), QStringList({"Hyper+Q", "Ctrl+F5"}));
+    tableOf(editor, "Key Bindings")->setCurrentCell(0, 0);
+    press(editor, "Key Bindings", "Delete");
+    QCOMPARE(session.getScriptEngine()->scripts().keyBindings.size(), 1);
+}
+
+// A profile import replaces the session's scripts; the open editor must take
+// them, or its next edit writes its old copy back over the import.
+void tst_ScriptEditor::followsTheSessionsScripts()
+{
+    GameSession session(Character{"Imp", "", "127.0.0.1", 1, ""}, nullptr);
+    QFile module(session.getScriptDir() + "/m.lua");
+    QVERIFY(module.open(QIODevice::WriteOnly));
+    module.close();
+    ScriptEditor editor;
+    editor.setSession(&session);
+    Scripts old;
+    old.aliases = {{"old", "o", "x", "", true}};
+    old.luaModules = {{"m", true, 0}};
+    editor.setScripts(old);
+    connect(&editor, &ScriptEditor::scriptsChanged, &session, &GameSession::updateScripts);
+
+    // The editor's own changes come back from the session without refilling it.
+    auto* luaTab = editor.findChild<LuaScriptTab*>();
+    luaTab->findChild<QListWidget*>()->setCurrentRow(0);
+    luaTab->findChild<QPlainTextEdit*>()->setPlainText("-- draft");
+    press(editor, "Quick Actions", "Add");
+    QCOMPARE(luaTab->findChild<QPlainTextEdit*>()->toPlainText(), "-- draft");
+
+    Scripts imported;
+    imported.aliases = {{"one", "1", "x", "", true}, {"two", "2", "y", "", true}};
+    imported.variables = {{"v", "1", ""}};
+    session.updateScripts(imported);
+    QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"one", "two"}));
+    tableOf(editor, "Aliases")->setCurrentCell(1, 0);
+    press(editor, "Aliases", "Delete");
+    imported.aliases.removeLast();
+    QCOMPARE(Storage::instance()->getScripts(session.getCharacter()), imported);
 }
 
 void tst_ScriptEditor::msdpViewerSortsAndUpdatesInPlace()

@@ -1,7 +1,11 @@
 #include <QApplication>
+#include <QCheckBox>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QtTest>
 
 #include "support/TestEnvironment.h"
@@ -39,6 +43,9 @@ private slots:
     void luaCommandsRoundTrip_data();
     void luaCommandsRoundTrip();
     void recordsKeepTheirFields();
+    void highlightIsSetWithConveniences();
+    void tabLeavesTextBoxes_data();
+    void tabLeavesTextBoxes();
 };
 
 void tst_ScriptItemDialog::showsRowsOfItsKind_data()
@@ -58,7 +65,7 @@ void tst_ScriptItemDialog::showsRowsOfItsKind()
 {
     QFETCH(int, kind);
     QFETCH(QString, rows);
-    ScriptItemDialog dialog(kind);
+    ScriptItemDialog dialog(static_cast<ScriptItemDialog::Kind>(kind));
     QCOMPARE(visibleRows(dialog).join(','), "Name:,Group:," + rows);
 
     // Only the kinds with a command mode switch between commands and a Lua call.
@@ -122,6 +129,59 @@ void tst_ScriptItemDialog::recordsKeepTheirFields()
         QCOMPARE(field<QComboBox>(timerDialog, "Type:")->currentText(), type == "once" ? "Once" : "Repeat");
         QCOMPARE(timerDialog.getTimer(), timer);
     }
+}
+
+// Off, the form keeps carrying the trigger's highlight (checked above).
+void tst_ScriptItemDialog::highlightIsSetWithConveniences()
+{
+    ScriptItemDialog dialog(ScriptItemDialog::TriggerKind);
+    dialog.setHighlightEditable(true);
+    dialog.setTrigger(Trigger{"hit", "You hit", "", "", false, true, false, "not a colour", false});
+    QVERIFY(visibleRows(dialog).contains("Highlight:"));
+    auto* check = field<QCheckBox>(dialog, "Highlight:");
+    check->setChecked(true);
+    QCOMPARE(dialog.getTrigger().highlightColor, "not a colour"); // kept until one is chosen
+
+    QPushButton* colour = nullptr;
+    for (QPushButton* button : dialog.findChildren<QPushButton*>())
+        if (button->accessibleName() == "Highlight colour")
+            colour = button;
+    colour->click();
+    auto* picker = dialog.findChild<QColorDialog*>();
+    QVERIFY(picker);
+    picker->setCurrentColor(QColor(0, 255, 0));
+    picker->accept();
+    const Trigger saved = dialog.getTrigger();
+    QVERIFY(saved.highlight);
+    QCOMPARE(saved.highlightColor, "#00FF00");
+    QCOMPARE(saved.highlightFullLine, false);
+}
+
+void tst_ScriptItemDialog::tabLeavesTextBoxes_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("box");
+    QTest::newRow("alias commands") << int(ScriptItemDialog::AliasKind) << "Commands:";
+    QTest::newRow("trigger commands") << int(ScriptItemDialog::TriggerKind) << "Commands:";
+    QTest::newRow("variable value") << int(ScriptItemDialog::VariableKind) << "Value:";
+}
+
+void tst_ScriptItemDialog::tabLeavesTextBoxes()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, box);
+    ScriptItemDialog dialog(static_cast<ScriptItemDialog::Kind>(kind));
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    auto* text = field<QPlainTextEdit>(dialog, box);
+    text->setFocus();
+    QTest::keyClicks(text, "kill");
+    QTest::keyClick(text, Qt::Key_Tab, Qt::ControlModifier);
+    QTest::keyClick(text, Qt::Key_Tab);
+    QCOMPARE(text->toPlainText(), "kill\t");
+    QVERIFY(QApplication::focusWidget() != text);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+    QCOMPARE(QApplication::focusWidget(), text);
 }
 
 OLVEX_TEST_MAIN(tst_ScriptItemDialog, QApplication)
