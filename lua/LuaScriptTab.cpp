@@ -382,13 +382,14 @@ void LuaScriptTab::onImportPackage()
         return;
     }
     const int listSize = int(modules.size());
-    const int count = addImportedModules(imported, writtenFiles);
+    const int brought = addImportedModules(imported, writtenFiles);
     codeCache.clear();
     updateModuleList();
-    if (modules.size() != listSize)
+    if (!countsOnlyImported || modules.size() != listSize)
         emit modulesChanged(modules);
-    if (count > 0)
+    if (brought > 0)
         emit moduleCodeChanged();
+    const int count = countsOnlyImported ? brought : int(imported.size());
     showMessage(QMessageBox::Information, tr("Import Successful"), tr("Imported %1 module(s)").arg(count));
 }
 

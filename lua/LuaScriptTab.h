@@ -26,6 +26,10 @@ public:
 
     void setModules(const QList<LuaModule>& modules, const QString& scriptDir);
     QList<LuaModule> getModules() const;
+    // Off (the default), an import reports every module the package holds,
+    // those already present included, and always announces the list. On, it
+    // reports only what it brought in, and announces only a list that grew.
+    void setCountsOnlyImported(bool on) { countsOnlyImported = on; }
 
 signals:
     void modulesChanged(const QList<LuaModule>& modules);
@@ -78,4 +82,5 @@ private:
     QListWidget* list = nullptr;
     QPlainTextEdit* editor = nullptr;
     QLabel* status = nullptr;
+    bool countsOnlyImported = false;
 };

@@ -281,6 +281,7 @@ bool ScriptEditor::conveniencesEnabled() const
 // editor is filled or asked for a tab.
 void ScriptEditor::updateKeyBindingsPage()
 {
+    luaTab->setCountsOnlyImported(conveniencesEnabled());
     const int index = tabs->indexOf(keyBindingsPage->widget);
     if (conveniencesEnabled() && index < 0) {
         tabs->insertTab(tabs->indexOf(luaTab), keyBindingsPage->widget, kKeyBindingsTitle);
