@@ -57,6 +57,15 @@ qint64 toLongOrZero(const QString& text)
     return ok ? value : 0;
 }
 
+// A note quotes at most this much of the text it is about: a hostile line
+// may be 64 KiB long.
+constexpr qsizetype kQuotedLength = 40;
+
+QString quoted(const QString& text)
+{
+    return text.size() <= kQuotedLength ? text : text.left(kQuotedLength) + QStringLiteral("...");
+}
+
 } // namespace
 
 // What one line has produced so far. With a limit, outputs beyond
@@ -185,11 +194,11 @@ void CommandProcessor::expandRepeat(int count, const QString& text, int depth, E
     }
     if (count > kMaxOutputs) {
         out.note(QStringLiteral("[#%1 %2: at most %3 repeats]")
-                     .arg(QString::number(count), text, QString::number(kMaxOutputs)));
+                     .arg(QString::number(count), quoted(text), QString::number(kMaxOutputs)));
         return;
     }
     if (depth >= kMaxNesting) {
-        out.note(QStringLiteral("[%1: nested too deeply]").arg(text));
+        out.note(QStringLiteral("[%1: nested too deeply]").arg(quoted(text)));
         return;
     }
     for (int i = 0; i < count && !out.full(); ++i)
@@ -207,7 +216,7 @@ void CommandProcessor::expandIf(const QString& text, int depth, Expansion& out)
     if (!m_conveniences)
         out.send(branch); // as written, not parsed again
     else if (depth >= kMaxNesting)
-        out.note(QStringLiteral("[%1: nested too deeply]").arg(branch));
+        out.note(QStringLiteral("[%1: nested too deeply]").arg(quoted(branch)));
     else
         expand(branch, depth + 1, out);
 }
@@ -229,7 +238,7 @@ void CommandProcessor::runMath(const QString& text, Expansion& out)
     if (const std::optional<qint64> value = MathExpression::evaluate(substituted, &error))
         setVariable(name, QString::number(*value));
     else
-        out.note(QStringLiteral("[#math %1: %2 in \"%3\"]").arg(name, error, substituted));
+        out.note(QStringLiteral("[#math %1: %2 in \"%3\"]").arg(name, error, quoted(substituted)));
 }
 
 int CommandProcessor::evaluateMath(const QString& expression) const

@@ -87,9 +87,7 @@ void ScriptEngine::processInput(const QString& input)
 {
     const QString typed = input.trimmed();
     if (const Alias* alias = findAlias(typed)) {
-        // A copy: a receiver of our signals may replace the scripts.
-        const QString commands = alias->commands;
-        executeCommands(commands, typed, {});
+        runAlias(*alias, typed, {});
         return;
     }
     // By default typed lines are never parsed: "north;south" goes out as one
@@ -111,18 +109,25 @@ void ScriptEngine::runTypedLine(const QString& line)
         if (piece.isEmpty())
             continue;
         if (const Alias* alias = findAlias(piece)) {
-            const QString commands = alias->commands;
-            executeCommands(commands, piece, {});
+            runAlias(*alias, piece, {});
             continue;
         }
         static const QRegularExpression blank(QStringLiteral("\\s"));
         const qsizetype firstBlank = piece.indexOf(blank);
         if (const Alias* alias = firstBlank > 0 ? findAlias(piece.left(firstBlank)) : nullptr) {
-            executeCommands(withArguments(alias->commands, piece.mid(firstBlank + 1).trimmed()), piece, {});
+            runAlias(*alias, piece, piece.mid(firstBlank + 1).trimmed());
             continue;
         }
         runPiece(piece, {}, m_typedRepeatEnabled);
     }
+}
+
+void ScriptEngine::runAlias(const Alias& alias, const QString& typed, const QString& arguments)
+{
+    // A copy: a receiver of our signals may replace the scripts.
+    const QString commands =
+        m_conveniencesEnabled ? withArguments(alias.commands, arguments) : alias.commands;
+    executeCommands(commands, typed, {});
 }
 
 ScriptEngine::LineResult ScriptEngine::processGameText(const QString& text)

@@ -90,6 +90,7 @@ private:
     void setupLuaCallbacks();
     const Alias* findAlias(const QString& text) const;
     void runTypedLine(const QString& line);
+    void runAlias(const Alias& alias, const QString& typed, const QString& arguments);
     void runPiece(const QString& piece, const QString& matchText, bool repeatAllowed);
     void runLuaCall(const QString& call, const QString& matchText);
     void reportLoadFailure(const QString& name);
