@@ -7,6 +7,11 @@
 
 namespace {
 
+bool isAsciiDigit(QChar c)
+{
+    return c >= u'0' && c <= u'9';
+}
+
 // A recursive-descent reader over one expression. The first error stops it;
 // every rule returns 0 from then on and the caller looks at `failure`.
 class Reader final {
@@ -96,13 +101,14 @@ private:
                 return fail(QStringLiteral("missing ')'"));
             return value;
         }
-        if (!peek().isDigit() || peek().unicode() > '9')
+        if (!isAsciiDigit(peek()))
             return peek() == QChar() ? fail(QStringLiteral("expression ends too soon"))
                                      : fail(QStringLiteral("unexpected '%1'").arg(peek()));
         qint64 value = 0;
-        while (peek().isDigit() && peek().unicode() <= '9') {
-            if (qMulOverflow(value, qint64(10), &value) ||
-                qAddOverflow(value, qint64(take().unicode() - '0'), &value))
+        // Digits are read without skipping blanks: "1 2" is two numbers.
+        for (; m_position < m_text.size() && isAsciiDigit(m_text.at(m_position)); ++m_position) {
+            const qint64 digit = m_text.at(m_position).unicode() - '0';
+            if (qMulOverflow(value, qint64(10), &value) || qAddOverflow(value, digit, &value))
                 return outOfRange();
         }
         return value;

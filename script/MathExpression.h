@@ -6,8 +6,8 @@
 
 // Integer arithmetic for "#math": 64-bit integers, + - * / % with the usual
 // precedence (left to right within a level), signs and parentheses; blanks
-// are ignored. Division truncates toward zero and % keeps the sign of the
-// left operand, as in C++.
+// between numbers and operators are ignored. Division truncates toward zero
+// and % keeps the sign of the left operand, as in C++.
 //
 // Division or remainder by zero, a number or result outside 64 bits, brackets
 // nested deeper than kMaxNesting and anything that is not such an expression

@@ -83,6 +83,7 @@ void tst_CommandProcessor::processCommand_data()
           {"[#math x: number out of range in \"9223372036854775807 + 1\"]"});
     onRow("bad expression keeps the value", "x=5", "#math x 2 +* 3", none, "x=5",
           {"[#math x: unexpected '*' in \"2 +* 3\"]"});
+    onRow("blanks end a number", "x=5", "#math x 1 2", none, "x=5", {"[#math x: unexpected '2' in \"1 2\"]"});
     onRow("unclosed bracket", "", "#math x (1", none, "x=", {"[#math x: missing ')' in \"(1\"]"});
     onRow("hostile nesting is refused", "", "#math x " + QString(100000, '(') + "1" + QString(100000, ')'),
           none, "x=", {"[#math x: brackets nested too deeply in \"" + QString(40, '(') + "...\"]"});
