@@ -2,8 +2,10 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
+#include <type_traits>
 
 #include <lua.hpp>
 
@@ -22,17 +24,31 @@ constexpr int kInstructionsPerCheck = 10000;
 
 const char* const kPackagePathPrefix = "/?.lua;";
 
-struct ArgumentBytes {
-    const char* text;
-    size_t length;
-};
-
 // Names never offered as callable functions: the session API itself and the
 // base functions every state has anyway.
 const char* const kHiddenFunctionNames[] = {
     "send", "echo",  "getMsdp", "getVariable", "setVariable", "print",  "tostring",     "tonumber",
     "type", "pairs", "ipairs",  "next",        "rawget",      "rawset", "setmetatable", "getmetatable",
 };
+
+// Every API callback is kept in one shape, two texts in and one out, so that
+// one C function serves the whole API.
+template <typename Callback>
+std::function<QString(const QString&, const QString&)> uniformCallback(Callback callback)
+{
+    if (!callback)
+        return {};
+    return [callback = std::move(callback)](const QString& first,
+                                            [[maybe_unused]] const QString& second) -> QString {
+        if constexpr (std::is_invocable_v<Callback, QString, QString>)
+            callback(first, second);
+        else if constexpr (std::is_same_v<std::invoke_result_t<Callback, QString>, QString>)
+            return callback(first);
+        else
+            callback(first);
+        return QString();
+    };
+}
 
 int prependPackagePath(lua_State* state)
 {
@@ -119,6 +135,15 @@ bool collectProtected(lua_State* state, QList<QString>* names)
 
 } // namespace
 
+// In the order the globals are set; a row's index is its closure's upvalue 2.
+const LuaEngine::ApiFunction LuaEngine::kApi[] = {
+    {"send", 1, false, &LuaEngine::m_send},
+    {"echo", 1, false, &LuaEngine::m_echo},
+    {"getMsdp", 1, true, &LuaEngine::m_getMsdp},
+    {"getVariable", 1, true, &LuaEngine::m_getVariable},
+    {"setVariable", 2, false, &LuaEngine::m_setVariable},
+};
+
 LuaEngine::LuaEngine()
 {
     openState();
@@ -157,46 +182,37 @@ void LuaEngine::registerCFunctions()
 {
     if (!m_state)
         return;
-    const struct {
-        const char* name;
-        lua_CFunction function;
-    } api[] = {
-        {"send", &LuaEngine::luaSend},
-        {"echo", &LuaEngine::luaEcho},
-        {"getMsdp", &LuaEngine::luaGetMsdp},
-        {"getVariable", &LuaEngine::luaGetVariable},
-        {"setVariable", &LuaEngine::luaSetVariable},
-    };
-    for (const auto& entry : api) {
+    for (lua_Integer row = 0; row < lua_Integer(std::size(kApi)); ++row) {
         lua_pushlightuserdata(m_state, this);
-        lua_pushcclosure(m_state, entry.function, 1);
-        lua_setglobal(m_state, entry.name);
+        lua_pushinteger(m_state, row);
+        lua_pushcclosure(m_state, &LuaEngine::callApi, 2);
+        lua_setglobal(m_state, kApi[row].name);
     }
 }
 
 void LuaEngine::setSendCallback(TextCallback callback)
 {
-    m_sendCallback.swap(callback);
+    m_send = uniformCallback(std::move(callback));
 }
 
 void LuaEngine::setEchoCallback(TextCallback callback)
 {
-    m_echoCallback.swap(callback);
+    m_echo = uniformCallback(std::move(callback));
 }
 
 void LuaEngine::setGetMsdpCallback(LookupCallback callback)
 {
-    m_getMsdpCallback.swap(callback);
+    m_getMsdp = uniformCallback(std::move(callback));
 }
 
 void LuaEngine::setGetVariableCallback(LookupCallback callback)
 {
-    m_getVariableCallback.swap(callback);
+    m_getVariable = uniformCallback(std::move(callback));
 }
 
 void LuaEngine::setSetVariableCallback(AssignCallback callback)
 {
-    m_setVariableCallback.swap(callback);
+    m_setVariable = uniformCallback(std::move(callback));
 }
 
 void LuaEngine::setScriptDir(const QString& dir)
@@ -211,6 +227,7 @@ void LuaEngine::setScriptDir(const QString& dir)
 
 bool LuaEngine::loadModule(const QString& name)
 {
+    m_lastErrorModule = name + QStringLiteral(".lua");
     if (!m_state) {
         m_lastError = QStringLiteral("Lua state not initialized");
         return false;
@@ -219,7 +236,7 @@ bool LuaEngine::loadModule(const QString& name)
         m_lastError = QStringLiteral("Script directory not set");
         return false;
     }
-    const QByteArray path = QFile::encodeName(m_scriptDir + QLatin1Char('/') + name + QStringLiteral(".lua"));
+    const QByteArray path = QFile::encodeName(m_scriptDir + QLatin1Char('/') + m_lastErrorModule);
     if (luaL_loadfilex(m_state, path.constData(), nullptr) != LUA_OK) {
         m_lastError = takeErrorMessage(m_state);
         return false;
@@ -232,6 +249,7 @@ bool LuaEngine::loadModule(const QString& name)
 
 bool LuaEngine::callFunction(const QString& name, const QString& arg)
 {
+    m_lastErrorModule.clear();
     if (!m_state) {
         m_lastError = QStringLiteral("Lua state not initialized");
         return false;
@@ -243,9 +261,16 @@ bool LuaEngine::callFunction(const QString& name, const QString& arg)
         return false;
     if (lua_type(m_state, -1) != LUA_TFUNCTION) {
         lua_pop(m_state, 1);
-        m_lastError = QStringLiteral("Function '%1' not found").arg(name);
+        m_lastError = notFoundMessage(name);
         return false;
     }
+    // The file that defined the function names the module when the call fails.
+    lua_Debug definition;
+    lua_pushvalue(m_state, -1);
+    lua_getinfo(m_state, ">S", &definition);
+    m_lastErrorModule = definition.source && definition.source[0] == '@'
+                            ? QFileInfo(QFile::decodeName(definition.source + 1)).fileName()
+                            : QString();
     int argumentCount = 0;
     if (!arg.isEmpty()) {
         const QByteArray argUtf8 = arg.toUtf8();
@@ -253,6 +278,11 @@ bool LuaEngine::callFunction(const QString& name, const QString& arg)
         argumentCount = 1;
     }
     return protectedCall(argumentCount, 0, &m_lastError);
+}
+
+QString LuaEngine::notFoundMessage(const QString& name)
+{
+    return QStringLiteral("Function '%1' not found").arg(name);
 }
 
 bool LuaEngine::protectedCall(int nargs, int nresults, QString* error)
@@ -326,6 +356,7 @@ void LuaEngine::unloadAll()
     m_state = nullptr;
     m_loadedModules.clear();
     m_lastError.clear();
+    m_lastErrorModule.clear();
     // The fresh state keeps the standard package.path: the script directory
     // is remembered for loadModule but deliberately not prepended again.
     openState();
@@ -379,14 +410,14 @@ int LuaEngine::luaTraceback(lua_State* state)
 
 namespace {
 
-LuaEngine* upvalueEngine(lua_State* state)
-{
-    return static_cast<LuaEngine*>(lua_touserdata(state, lua_upvalueindex(1)));
-}
+struct ArgumentBytes {
+    const char* text = "";
+    size_t length = 0;
+};
 
 ArgumentBytes checkedText(lua_State* state, int index)
 {
-    ArgumentBytes result{nullptr, 0};
+    ArgumentBytes result;
     result.text = luaL_checklstring(state, index, &result.length);
     return result;
 }
@@ -398,55 +429,20 @@ QString toQString(const ArgumentBytes& text)
 
 } // namespace
 
-int LuaEngine::luaSend(lua_State* state)
+// Every API function: upvalue 1 is the engine, upvalue 2 the function's row
+// in kApi. Arguments are checked before any C++ object exists (see the top of
+// the file), and an answer is kept in the engine while Lua copies it.
+int LuaEngine::callApi(lua_State* state)
 {
-    LuaEngine* engine = upvalueEngine(state);
-    if (!engine || !engine->m_sendCallback)
-        return luaL_error(state, "send callback not set");
-    const ArgumentBytes text = checkedText(state, 1);
-    engine->m_sendCallback(toQString(text));
-    return 0;
-}
-
-int LuaEngine::luaEcho(lua_State* state)
-{
-    LuaEngine* engine = upvalueEngine(state);
-    if (!engine || !engine->m_echoCallback)
-        return luaL_error(state, "echo callback not set");
-    const ArgumentBytes text = checkedText(state, 1);
-    engine->m_echoCallback(toQString(text));
-    return 0;
-}
-
-int LuaEngine::luaGetMsdp(lua_State* state)
-{
-    LuaEngine* engine = upvalueEngine(state);
-    if (!engine || !engine->m_getMsdpCallback)
-        return luaL_error(state, "getMsdp callback not set");
-    const ArgumentBytes name = checkedText(state, 1);
-    const QByteArray value = engine->m_getMsdpCallback(toQString(name)).toUtf8();
-    lua_pushstring(state, value.constData());
+    auto* engine = static_cast<LuaEngine*>(lua_touserdata(state, lua_upvalueindex(1)));
+    const ApiFunction& api = kApi[lua_tointeger(state, lua_upvalueindex(2))];
+    if (!engine || !(engine->*api.callback))
+        return luaL_error(state, "%s callback not set", api.name);
+    const ArgumentBytes first = checkedText(state, 1);
+    const ArgumentBytes second = api.arguments > 1 ? checkedText(state, 2) : ArgumentBytes();
+    engine->m_apiAnswer = (engine->*api.callback)(toQString(first), toQString(second)).toUtf8();
+    if (!api.answers)
+        return 0;
+    lua_pushstring(state, engine->m_apiAnswer.constData());
     return 1;
-}
-
-int LuaEngine::luaGetVariable(lua_State* state)
-{
-    LuaEngine* engine = upvalueEngine(state);
-    if (!engine || !engine->m_getVariableCallback)
-        return luaL_error(state, "getVariable callback not set");
-    const ArgumentBytes name = checkedText(state, 1);
-    const QByteArray value = engine->m_getVariableCallback(toQString(name)).toUtf8();
-    lua_pushstring(state, value.constData());
-    return 1;
-}
-
-int LuaEngine::luaSetVariable(lua_State* state)
-{
-    LuaEngine* engine = upvalueEngine(state);
-    if (!engine || !engine->m_setVariableCallback)
-        return luaL_error(state, "setVariable callback not set");
-    const ArgumentBytes name = checkedText(state, 1);
-    const ArgumentBytes value = checkedText(state, 2);
-    engine->m_setVariableCallback(toQString(name), toQString(value));
-    return 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
@@ -46,6 +47,13 @@ public:
     void setMatchesTable(const QList<QString>& captures);
     void unloadAll();
     QString lastError() const { return m_lastError; }
+    // The file name of the module the last loadModule or callFunction was
+    // about, to name it in a report of its failure: the module loaded, or the
+    // one that defined the function called; empty when no module is known (a
+    // missing function, a function made outside a module file).
+    QString lastErrorModule() const { return m_lastErrorModule; }
+    // lastError() of a call to a name that is no function.
+    static QString notFoundMessage(const QString& name);
 
     // Wall-clock budget of one outermost callFunction or loadModule. A script
     // stuck in a loop is stopped with a Lua error once it is exceeded, so a
@@ -73,21 +81,29 @@ private:
     static void onInstructionCount(lua_State* state, lua_Debug* debug);
     static LuaEngine* engineOf(lua_State* state);
 
-    static int luaSend(lua_State* state);
-    static int luaEcho(lua_State* state);
-    static int luaGetMsdp(lua_State* state);
-    static int luaGetVariable(lua_State* state);
-    static int luaSetVariable(lua_State* state);
+    // One Lua-visible API function: how many texts it takes, whether it
+    // answers with one, and the callback it forwards to.
+    using ApiCallback = std::function<QString(const QString&, const QString&)>;
+    struct ApiFunction {
+        const char* name;
+        int arguments;
+        bool answers;
+        ApiCallback LuaEngine::*callback;
+    };
+    static const ApiFunction kApi[5];
+    static int callApi(lua_State* state);
 
     lua_State* m_state = nullptr;
     QString m_scriptDir;
     QList<QString> m_loadedModules;
     QString m_lastError;
-    TextCallback m_sendCallback;
-    TextCallback m_echoCallback;
-    LookupCallback m_getMsdpCallback;
-    LookupCallback m_getVariableCallback;
-    AssignCallback m_setVariableCallback;
+    QString m_lastErrorModule;
+    ApiCallback m_send;
+    ApiCallback m_echo;
+    ApiCallback m_getMsdp;
+    ApiCallback m_getVariable;
+    ApiCallback m_setVariable;
+    QByteArray m_apiAnswer; // an answer while Lua copies it
 
     int m_timeLimitMs = kDefaultTimeLimitMs;
     // Depth of callFunction/loadModule currently running; re-entry from a

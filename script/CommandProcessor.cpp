@@ -2,12 +2,15 @@
 
 #include <QRegularExpression>
 
+#include "script/MathExpression.h"
+
 namespace {
 
 const QString kVarPrefix = QStringLiteral("#var ");
 const QString kMathPrefix = QStringLiteral("#math ");
 const QString kIfPrefix = QStringLiteral("#if ");
 const QString kNotePrefix = QStringLiteral("#note");
+const QString kShowCommand = QStringLiteral("#showme");
 
 const QRegularExpression& repeatPattern()
 {
@@ -23,11 +26,13 @@ const QRegularExpression& ifPattern()
 
 // "<=" and ">=" come after "<" and ">" in the alternation, so the shorter
 // operators win and the "=" ends up in the right operand. Existing scripts
-// depend on that reading ("$hp <= 5" tests hp < 0), so the order is kept.
-const QRegularExpression& conditionPattern()
+// depend on that reading ("$hp <= 5" tests hp < 0), so the order is kept
+// unless the player asked for client conveniences.
+const QRegularExpression& conditionPattern(bool conveniences)
 {
-    static const QRegularExpression re(QStringLiteral("^(\\$?\\w+)\\s*(==|!=|<|>|<=|>=)\\s*(.+)$"));
-    return re;
+    static const QRegularExpression asAlways(QStringLiteral("^(\\$?\\w+)\\s*(==|!=|<|>|<=|>=)\\s*(.+)$"));
+    static const QRegularExpression asWritten(QStringLiteral("^(\\$?\\w+)\\s*(==|!=|<=|>=|<|>)\\s*(.+)$"));
+    return conveniences ? asWritten : asAlways;
 }
 
 const QRegularExpression& variableReference()
@@ -44,7 +49,76 @@ int toIntegerOrZero(const QString& text)
     return ok ? value : 0;
 }
 
+// The same for 64 bits, the range "#math" computes in with conveniences.
+qint64 toLongOrZero(const QString& text)
+{
+    bool ok = false;
+    const qint64 value = text.toLongLong(&ok, 10);
+    return ok ? value : 0;
+}
+
+// A note quotes at most this much of the text it is about: a hostile line
+// may be 64 KiB long.
+constexpr qsizetype kQuotedLength = 40;
+
+QString quoted(const QString& text)
+{
+    return text.size() <= kQuotedLength ? text : text.left(kQuotedLength) + QStringLiteral("...");
+}
+
 } // namespace
+
+// What one line has produced so far. With a limit, outputs beyond
+// kMaxOutputs are dropped and one note says so.
+class CommandProcessor::Expansion final {
+public:
+    Expansion(QStringList* shown, bool repeatAllowed, bool limited)
+        : repeatAllowed(repeatAllowed)
+        , m_shown(shown)
+        , m_limited(limited)
+    {
+    }
+
+    void send(const QString& command)
+    {
+        if (roomForOne())
+            commands.append(command);
+    }
+    void show(const QString& text)
+    {
+        if (roomForOne() && m_shown)
+            m_shown->append(text);
+    }
+    // Notes on what did not run are always shown and never counted.
+    void note(const QString& text)
+    {
+        if (m_shown)
+            m_shown->append(text);
+    }
+    bool full() const { return m_full; }
+
+    QStringList commands;
+    const bool repeatAllowed;
+
+private:
+    bool roomForOne()
+    {
+        if (m_full)
+            return false;
+        if (!m_limited || m_outputs < kMaxOutputs) {
+            ++m_outputs;
+            return true;
+        }
+        m_full = true;
+        note(QStringLiteral("[one line makes at most %1 commands; the rest were dropped]").arg(kMaxOutputs));
+        return false;
+    }
+
+    QStringList* m_shown;
+    const bool m_limited;
+    int m_outputs = 0;
+    bool m_full = false;
+};
 
 void CommandProcessor::setVariable(const QString& name, const QString& value)
 {
@@ -71,60 +145,100 @@ bool CommandProcessor::splitNameAndRest(const QString& text, QString* name, QStr
     return true;
 }
 
-QStringList CommandProcessor::processCommand(const QString& line)
+QStringList CommandProcessor::processCommand(const QString& line, QStringList* shown, bool repeatAllowed)
+{
+    Expansion out(shown, repeatAllowed, m_conveniences);
+    expand(line, 0, out);
+    return out.commands;
+}
+
+void CommandProcessor::expand(const QString& line, int depth, Expansion& out)
 {
     const QString command = line.trimmed();
-
-    if (command.startsWith(QLatin1Char('#'))) {
-        const QRegularExpressionMatch repeat = repeatPattern().match(command);
-        if (repeat.hasMatch()) {
-            const int count = toIntegerOrZero(repeat.captured(1));
-            if (count <= 0)
-                return {};
-            // The repeated text goes out exactly as written: it is not parsed
-            // again, so "#3 #var x 1" sends "#var x 1" three times.
-            const QString repeated = repeat.captured(2);
-            QStringList result;
-            result.reserve(count);
-            for (int i = 0; i < count; ++i)
-                result.append(repeated);
-            return result;
-        }
-
-        if (command.startsWith(kVarPrefix)) {
-            QString name;
-            QString value;
-            if (splitNameAndRest(command.mid(kVarPrefix.size()).trimmed(), &name, &value))
-                setVariable(name, value);
-            return {};
-        }
-
-        if (command.startsWith(kMathPrefix)) {
-            QString name;
-            QString expression;
-            if (splitNameAndRest(command.mid(kMathPrefix.size()).trimmed(), &name, &expression))
-                setVariable(name, QString::number(evaluateMath(expression)));
-            return {};
-        }
-
-        if (command.startsWith(kIfPrefix)) {
-            const QRegularExpressionMatch parts = ifPattern().match(command.mid(kIfPrefix.size()).trimmed());
-            if (!parts.hasMatch())
-                return {};
-            // The chosen branch is returned as written, not parsed again.
-            if (evaluateCondition(parts.captured(1)))
-                return {parts.captured(2)};
-            const QString elseCommand = parts.captured(3);
-            if (!elseCommand.isEmpty())
-                return {elseCommand};
-            return {};
-        }
-
-        if (command.startsWith(kNotePrefix))
-            return {};
+    if (!command.startsWith(QLatin1Char('#'))) {
+        out.send(substituteVariables(command));
+        return;
     }
+    const QRegularExpressionMatch repeat = repeatPattern().match(command);
+    if (out.repeatAllowed && repeat.hasMatch()) {
+        expandRepeat(toIntegerOrZero(repeat.captured(1)), repeat.captured(2), depth, out);
+    } else if (command.startsWith(kVarPrefix)) {
+        QString name;
+        QString value;
+        if (splitNameAndRest(command.mid(kVarPrefix.size()).trimmed(), &name, &value))
+            setVariable(name, value);
+    } else if (command.startsWith(kMathPrefix)) {
+        runMath(command.mid(kMathPrefix.size()).trimmed(), out);
+    } else if (command.startsWith(kIfPrefix)) {
+        expandIf(command.mid(kIfPrefix.size()).trimmed(), depth, out);
+    } else if (command.startsWith(kNotePrefix)) {
+        // A comment.
+    } else if (m_conveniences && (command == kShowCommand || command.startsWith(kShowCommand + u' '))) {
+        out.show(substituteVariables(command.mid(kShowCommand.size() + 1)));
+    } else {
+        out.send(substituteVariables(command));
+    }
+}
 
-    return {substituteVariables(command)};
+void CommandProcessor::expandRepeat(int count, const QString& text, int depth, Expansion& out)
+{
+    if (count <= 0)
+        return;
+    if (!m_conveniences) {
+        // The repeated text goes out exactly as written: it is not parsed
+        // again, so "#3 #var x 1" sends "#var x 1" three times.
+        out.commands.reserve(out.commands.size() + count);
+        for (int i = 0; i < count; ++i)
+            out.commands.append(text);
+        return;
+    }
+    if (count > kMaxOutputs) {
+        out.note(QStringLiteral("[#%1 %2: at most %3 repeats]")
+                     .arg(QString::number(count), quoted(text), QString::number(kMaxOutputs)));
+        return;
+    }
+    if (depth >= kMaxNesting) {
+        out.note(QStringLiteral("[%1: nested too deeply]").arg(quoted(text)));
+        return;
+    }
+    for (int i = 0; i < count && !out.full(); ++i)
+        expand(text, depth + 1, out);
+}
+
+void CommandProcessor::expandIf(const QString& text, int depth, Expansion& out)
+{
+    const QRegularExpressionMatch parts = ifPattern().match(text);
+    if (!parts.hasMatch())
+        return;
+    const QString branch = evaluateCondition(parts.captured(1)) ? parts.captured(2) : parts.captured(3);
+    if (branch.isEmpty())
+        return;
+    if (!m_conveniences)
+        out.send(branch); // as written, not parsed again
+    else if (depth >= kMaxNesting)
+        out.note(QStringLiteral("[%1: nested too deeply]").arg(quoted(branch)));
+    else
+        expand(branch, depth + 1, out);
+}
+
+void CommandProcessor::runMath(const QString& text, Expansion& out)
+{
+    QString name;
+    QString expression;
+    if (!splitNameAndRest(text, &name, &expression))
+        return;
+    if (!m_conveniences) {
+        setVariable(name, QString::number(evaluateMath(expression)));
+        return;
+    }
+    // A failed calculation leaves the variable as it was and says why, so a
+    // script never goes on with a made-up 0.
+    const QString substituted = substituteVariables(expression);
+    QString error;
+    if (const std::optional<qint64> value = MathExpression::evaluate(substituted, &error))
+        setVariable(name, QString::number(*value));
+    else
+        out.note(QStringLiteral("[#math %1: %2 in \"%3\"]").arg(name, error, quoted(substituted)));
 }
 
 int CommandProcessor::evaluateMath(const QString& expression) const
@@ -137,7 +251,7 @@ int CommandProcessor::evaluateMath(const QString& expression) const
 
 bool CommandProcessor::evaluateCondition(const QString& condition) const
 {
-    const QRegularExpressionMatch parts = conditionPattern().match(condition.trimmed());
+    const QRegularExpressionMatch parts = conditionPattern(m_conveniences).match(condition.trimmed());
     if (!parts.hasMatch())
         return false;
 
@@ -153,8 +267,8 @@ bool CommandProcessor::evaluateCondition(const QString& condition) const
     if (op == QLatin1String("!="))
         return left != right;
 
-    const int leftValue = toIntegerOrZero(left);
-    const int rightValue = toIntegerOrZero(right);
+    const qint64 leftValue = m_conveniences ? toLongOrZero(left) : toIntegerOrZero(left);
+    const qint64 rightValue = m_conveniences ? toLongOrZero(right) : toIntegerOrZero(right);
     if (op == QLatin1String("<"))
         return leftValue < rightValue;
     if (op == QLatin1String(">"))

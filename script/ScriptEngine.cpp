@@ -3,6 +3,9 @@
 #include <QRegularExpression>
 #include <QTimer>
 
+#include "lua/LuaErrorText.h"
+#include "terminal/AnsiParser.h"
+
 namespace {
 
 const QString kLuaPrefix = QStringLiteral("lua:");
@@ -11,6 +14,27 @@ const QRegularExpression& luaCallPattern()
 {
     static const QRegularExpression re(QStringLiteral("^(\\w+)(?:\\((.*)\\))?$"));
     return re;
+}
+
+// An alias's commands with its arguments put in: %0 is all of them, %1 to %9
+// the words (empty where there are fewer). One pass, so an argument that
+// itself holds "%1" stays as typed.
+QString withArguments(const QString& commands, const QString& arguments)
+{
+    static const QRegularExpression placeholder(QStringLiteral("%([0-9])"));
+    static const QRegularExpression blanks(QStringLiteral("\\s+"));
+    const QStringList words = arguments.split(blanks, Qt::SkipEmptyParts);
+    QString result;
+    qsizetype copied = 0;
+    QRegularExpressionMatchIterator it = placeholder.globalMatch(commands);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        const int index = match.captured(1).toInt();
+        result += QStringView(commands).mid(copied, match.capturedStart() - copied);
+        result += index == 0 ? arguments : words.value(index - 1);
+        copied = match.capturedEnd();
+    }
+    return result.append(QStringView(commands).mid(copied));
 }
 
 } // namespace
@@ -44,24 +68,78 @@ void ScriptEngine::setScripts(const Scripts& scripts)
     emit keyBindingsChanged(m_scripts.keyBindings);
 }
 
+void ScriptEngine::setConveniencesEnabled(bool on)
+{
+    m_conveniencesEnabled = on;
+    m_processor.setConveniencesEnabled(on);
+}
+
+const Alias* ScriptEngine::findAlias(const QString& text) const
+{
+    for (const Alias& alias : m_scripts.aliases) {
+        if (alias.enabled && alias.alias == text)
+            return &alias;
+    }
+    return nullptr;
+}
+
 void ScriptEngine::processInput(const QString& input)
 {
     const QString typed = input.trimmed();
-    for (const Alias& alias : std::as_const(m_scripts.aliases)) {
-        if (alias.enabled && alias.alias == typed) {
-            // A copy: a receiver of our signals may replace the scripts.
-            const QString commands = alias.commands;
-            executeCommands(commands, typed, {});
-            return;
-        }
+    if (const Alias* alias = findAlias(typed)) {
+        runAlias(*alias, typed, {});
+        return;
     }
-    // Typed lines are never parsed: "north;south" goes out as one line.
-    emit commandToSend(input);
+    // By default typed lines are never parsed: "north;south" goes out as one
+    // line. An empty line is a command to the game too (it redraws the prompt).
+    if (!m_conveniencesEnabled || typed.isEmpty()) {
+        emit commandToSend(input);
+        return;
+    }
+    runTypedLine(typed);
+}
+
+void ScriptEngine::runTypedLine(const QString& line)
+{
+    // Split before aliases are looked up, so "k orc;flee" is the alias "k"
+    // with "orc", then "flee", and an argument never adds commands of its own.
+    const QStringList pieces = line.split(QLatin1Char(';'));
+    for (const QString& rawPiece : pieces) {
+        const QString piece = rawPiece.trimmed();
+        if (piece.isEmpty())
+            continue;
+        if (const Alias* alias = findAlias(piece)) {
+            runAlias(*alias, piece, {});
+            continue;
+        }
+        static const QRegularExpression blank(QStringLiteral("\\s"));
+        const qsizetype firstBlank = piece.indexOf(blank);
+        if (const Alias* alias = firstBlank > 0 ? findAlias(piece.left(firstBlank)) : nullptr) {
+            runAlias(*alias, piece, piece.mid(firstBlank + 1).trimmed());
+            continue;
+        }
+        runPiece(piece, {}, m_typedRepeatEnabled);
+    }
+}
+
+void ScriptEngine::runAlias(const Alias& alias, const QString& typed, const QString& arguments)
+{
+    // A copy: a receiver of our signals may replace the scripts.
+    const QString commands =
+        m_conveniencesEnabled ? withArguments(alias.commands, arguments) : alias.commands;
+    executeCommands(commands, typed, {});
 }
 
 ScriptEngine::LineResult ScriptEngine::processGameText(const QString& text)
 {
-    return checkTriggers(text);
+    if (!m_conveniencesEnabled)
+        return checkTriggers(text);
+    // Triggers see the line as the player does: no escape sequences, and no
+    // CR before the line feed.
+    QString visible = AnsiParser::plainText(text);
+    if (visible.endsWith(QLatin1Char('\r')))
+        visible.chop(1);
+    return checkTriggers(visible);
 }
 
 ScriptEngine::LineResult ScriptEngine::checkTriggers(const QString& line)
@@ -92,18 +170,25 @@ void ScriptEngine::executeCommands(const QString& commands, const QString& match
     const QStringList pieces = commands.split(QLatin1Char(';'), Qt::KeepEmptyParts);
     for (const QString& rawPiece : pieces) {
         const QString piece = rawPiece.trimmed();
-        if (piece.isEmpty())
-            continue;
-        if (piece.startsWith(kLuaPrefix)) {
-            runLuaCall(piece.mid(kLuaPrefix.size()).trimmed(), matchText);
-            continue;
-        }
-        // Results are not matched against aliases again, so an alias cannot
-        // call an alias and nothing here can recurse.
-        const QStringList toSend = m_processor.processCommand(piece);
-        for (const QString& command : toSend)
-            emit commandToSend(command);
+        if (!piece.isEmpty())
+            runPiece(piece, matchText, true);
     }
+}
+
+void ScriptEngine::runPiece(const QString& piece, const QString& matchText, bool repeatAllowed)
+{
+    if (piece.startsWith(kLuaPrefix)) {
+        runLuaCall(piece.mid(kLuaPrefix.size()).trimmed(), matchText);
+        return;
+    }
+    // Results are not matched against aliases again, so an alias cannot
+    // call an alias and nothing here can recurse.
+    QStringList shown;
+    const QStringList toSend = m_processor.processCommand(piece, &shown, repeatAllowed);
+    for (const QString& text : std::as_const(shown))
+        emit echoText(text);
+    for (const QString& command : toSend)
+        emit commandToSend(command);
 }
 
 void ScriptEngine::runLuaCall(const QString& call, const QString& matchText)
@@ -117,8 +202,15 @@ void ScriptEngine::runLuaCall(const QString& call, const QString& matchText)
     QString argument = parts.captured(2);
     if (argument.isEmpty())
         argument = matchText;
-    if (!m_lua.callFunction(name, argument))
+    if (m_lua.callFunction(name, argument))
+        return;
+    if (!m_conveniencesEnabled)
         emit luaError(QStringLiteral("'%1': %2").arg(name, m_lua.lastError()));
+    else if (m_lua.lastError() == LuaEngine::notFoundMessage(name))
+        emit luaError(QStringLiteral("%1: no loaded module defines this function").arg(name));
+    else
+        emit luaError(
+            LuaErrorText::forCall(m_lua.lastErrorModule(), name, m_lua.lastError(), m_lua.scriptDir()));
 }
 
 void ScriptEngine::startTimer(const Timer& timer)
@@ -177,15 +269,32 @@ void ScriptEngine::setScriptDir(const QString& dir)
 
 bool ScriptEngine::loadLuaModule(const QString& name)
 {
-    return m_lua.loadModule(name);
+    const bool loaded = m_lua.loadModule(name);
+    if (!loaded)
+        reportLoadFailure(name);
+    return loaded;
 }
 
 void ScriptEngine::reloadAllLuaModules(const QStringList& moduleNames)
 {
     m_lua.unloadAll();
     setupLuaCallbacks();
-    for (const QString& name : moduleNames)
-        m_lua.loadModule(name);
+    for (const QString& name : moduleNames) {
+        if (!m_lua.loadModule(name))
+            reportLoadFailure(name);
+    }
+}
+
+void ScriptEngine::reportLoadFailure(const QString& name)
+{
+    if (!m_conveniencesEnabled)
+        return;
+    // Reported from the event loop: a session loads its modules while it is
+    // being made, before the screen that shows the errors is connected.
+    const QString message =
+        LuaErrorText::forLoad(name + QStringLiteral(".lua"), m_lua.lastError(), m_lua.scriptDir());
+    QMetaObject::invokeMethod(
+        this, [this, message] { emit luaError(message); }, Qt::QueuedConnection);
 }
 
 void ScriptEngine::unloadLuaModules()

@@ -63,9 +63,16 @@ public:
     QString getLuaLastError() const;
     // Wall-clock budget of one Lua call; 0 turns the guard off.
     void setLuaTimeLimitMs(int milliseconds);
-    // The per-character client conveniences switch; stored until the engine acts on it.
-    void setConveniencesEnabled(bool on) { m_conveniencesEnabled = on; }
+    // The per-character client conveniences switch. On: typed lines are
+    // command blocks (";", the command language, "lua:", and aliases by
+    // their first word with %0 to %9 for the rest), triggers see the text
+    // without escape sequences, and Lua errors name module and function and
+    // include modules that fail to load. See CommandProcessor for the language.
+    void setConveniencesEnabled(bool on);
     bool conveniencesEnabled() const { return m_conveniencesEnabled; }
+    // The player's "repeat mode": with conveniences, "#N" on a typed line
+    // repeats only while it is on (it is on unless the player turns it off).
+    void setTypedRepeatEnabled(bool on) { m_typedRepeatEnabled = on; }
 
 signals:
     void commandToSend(const QString& command);
@@ -81,7 +88,12 @@ public slots:
 
 private:
     void setupLuaCallbacks();
+    const Alias* findAlias(const QString& text) const;
+    void runTypedLine(const QString& line);
+    void runAlias(const Alias& alias, const QString& typed, const QString& arguments);
+    void runPiece(const QString& piece, const QString& matchText, bool repeatAllowed);
     void runLuaCall(const QString& call, const QString& matchText);
+    void reportLoadFailure(const QString& name);
 
     Scripts m_scripts;
     // Compiled once per setScripts, so a line costs no pattern compilation.
@@ -91,4 +103,5 @@ private:
     CommandProcessor m_processor;
     LuaEngine m_lua;
     bool m_conveniencesEnabled = false;
+    bool m_typedRepeatEnabled = true;
 };

@@ -25,6 +25,8 @@ GameSession::GameSession(const Character& character, QObject* parent, Storage* s
     QObject::connect(connection, &MudConnection::msdpVariable, this, &GameSession::onMudMsdpVariable);
     QObject::connect(connection, &MudConnection::error, this, &GameSession::connectionError);
     QObject::connect(connection, &MudConnection::serverEchoChanged, this, &GameSession::serverEchoChanged);
+    QObject::connect(connection, &MudConnection::serverEchoChanged, this,
+                     [this](bool serverEchoes) { serverHidesInput = serverEchoes; });
     QObject::connect(connection, &MudConnection::promptEnded, this, &GameSession::onMudPromptEnded);
     idleTimer->setSingleShot(true);
     QObject::connect(idleTimer, &QTimer::timeout, this, &GameSession::onIdleTimer);
@@ -38,12 +40,14 @@ GameSession::GameSession(const Character& character, QObject* parent, Storage* s
     scriptEngine->setScriptDir(getScriptDir());
     scriptEngine->setMsdpCallback([this](const QString& name) { return getMsdpVariable(name); });
 
+    // Features first: whether a module that fails to load is reported
+    // depends on them.
+    loadFeatures();
+    applyFeatures();
     for (const LuaModule& module : scripts.luaModules) {
         if (module.enabled)
             scriptEngine->loadLuaModule(module.name);
     }
-    loadFeatures();
-    applyFeatures();
 }
 
 GameSession::~GameSession() = default;
@@ -86,6 +90,13 @@ bool GameSession::isConnected() const
 
 void GameSession::sendCommand(const QString& input)
 {
+    // While the server hides what is typed, the line is a password: with
+    // client conveniences it would otherwise be read as commands, and a ";",
+    // "$" or "#" in it would change what is sent.
+    if (serverHidesInput && scriptEngine->conveniencesEnabled()) {
+        onScriptCommand(input);
+        return;
+    }
     scriptEngine->processInput(input);
 }
 
@@ -275,6 +286,7 @@ void GameSession::completeLine(const ServerLineAssembler::Line& line, bool ended
         const ScriptEngine::LineResult result = scriptEngine->processGameText(line.text);
         QString channelLine = line.text;
         if (result.highlight) {
+            emit lineHighlighted();
             const bool whole = isFeatureEnabled(GameFeature::ClientConveniences);
             channelLine = highlighted(line.text, result.highlightColor, whole);
             // Text already on screen keeps its colours; the rest takes the highlight.

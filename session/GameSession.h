@@ -76,6 +76,9 @@ signals:
     void disconnected();
     void error(const QString& message);
     void textReceived(const QString& text);
+    // A trigger coloured a line of the text that textReceived brings next.
+    // Never for an MSDP pair, which is not shown.
+    void lineHighlighted();
     void promptReceived(const QString& line);
     void msdpUpdated(const QString& name, const QString& value);
     void channelMessage(const QString& channel, const QString& line);
@@ -119,5 +122,6 @@ private:
     ServerLineAssembler lineAssembler;
     QString outputBuffer;
     bool showsPromptsEarly = false;
+    bool serverHidesInput = false; // the server echoes, so input is a secret
     QElapsedTimer sinceText;
 };

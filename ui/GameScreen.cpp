@@ -46,6 +46,8 @@ GameScreen::GameScreen(GameSession* session, QWidget* parent)
 {
     setupUi();
     wireSignals();
+    session->getScriptEngine()->setTypedRepeatEnabled(
+        SettingsDialog::storedRepeatMode(session->getCharacter()));
     startConnecting();
 }
 
@@ -187,9 +189,8 @@ void GameScreen::wireSignals()
     ScriptEngine* engine = session->getScriptEngine();
     connect(engine, &ScriptEngine::luaError, this, &GameScreen::onLuaError);
     connect(engine, &ScriptEngine::echoText, this, &GameScreen::onEchoText);
-    // A trigger's highlight is asked for just before its line is handed on.
-    connect(session->getScriptEngine(), &ScriptEngine::lineHighlight, this,
-            [this] { highlightPending = true; });
+    // Announced just before the coloured line is handed on.
+    connect(session, &GameSession::lineHighlighted, this, [this] { highlightPending = true; });
 
     // The session announced its bindings before this screen existed.
     onKeyBindingsChanged(session->getScriptEngine()->scripts().keyBindings);
@@ -397,8 +398,11 @@ void GameScreen::openSettings()
     if (conveniencesEnabled())
         dialog.showCurrent(session->getCharacter(), terminal->getFontSize());
     connect(&dialog, &SettingsDialog::fontSizeChanged, terminal, &TerminalWidget::setFontSize);
-    if (dialog.exec() == QDialog::Accepted)
-        terminal->setFontSize(dialog.getFontSize());
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    terminal->setFontSize(dialog.getFontSize());
+    session->getScriptEngine()->setTypedRepeatEnabled(
+        SettingsDialog::storedRepeatMode(session->getCharacter()));
 }
 
 void GameScreen::openScriptEditor(const QString& tab)

@@ -41,8 +41,10 @@ void TriggerDebugger::setSession(GameSession* newSession)
     session = newSession;
     if (!session)
         return;
-    if (auto* engine = session->findChild<ScriptEngine*>())
+    if (auto* engine = session->findChild<ScriptEngine*>()) {
         connect(engine, &ScriptEngine::triggerFired, this, &TriggerDebugger::onTriggerFired);
+        connect(engine, &ScriptEngine::luaError, this, &TriggerDebugger::onLuaError);
+    }
 }
 
 void TriggerDebugger::onTriggerFired(const QString& pattern, const QString& matchedText, const QString&)
@@ -52,6 +54,14 @@ void TriggerDebugger::onTriggerFired(const QString& pattern, const QString& matc
     const QString line = QStringLiteral("[%1] Trigger: %2 | Matched: \"%3\"")
                              .arg(time, pattern, matchedText.left(kMatchPreviewLength));
     log->addItem(line);
+    log->scrollToBottom();
+}
+
+void TriggerDebugger::onLuaError(const QString& message)
+{
+    // A trigger's "lua:" call that failed is half of why it did not work.
+    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss"));
+    log->addItem(QStringLiteral("[%1] Lua error: %2").arg(time, message));
     log->scrollToBottom();
 }
 

@@ -6,8 +6,8 @@
 class GameSession;
 class QListWidget;
 
-// A log of every trigger that fires in the attached session, so a player can
-// see why a trigger ran.
+// A log of every trigger that fires in the attached session, and of every Lua
+// error, so a player can see why a trigger ran and what its script did.
 class TriggerDebugger : public QWidget {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(TriggerDebugger)
@@ -22,6 +22,7 @@ public:
 
 public slots:
     void onTriggerFired(const QString& pattern, const QString& matchedText, const QString& commands);
+    void onLuaError(const QString& message);
     void onClearDebugLog();
 
 private:

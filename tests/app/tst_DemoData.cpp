@@ -53,6 +53,9 @@ void tst_DemoData::initTestCase()
 void tst_DemoData::floodOfHitsSendsNothing()
 {
     GameSession session(kDemo, nullptr);
+    // `make run` shows the Demo with standard telnet and client conveniences.
+    QVERIFY(session.isFeatureEnabled(GameFeature::StandardTelnet));
+    QVERIFY(session.isFeatureEnabled(GameFeature::ClientConveniences));
     QSignalSpy sent(session.getScriptEngine(), &ScriptEngine::commandToSend);
     QSignalSpy echoed(session.getScriptEngine(), &ScriptEngine::echoText);
     for (int i = 0; i < 4000; ++i)

@@ -91,6 +91,7 @@ void tst_LuaEngine::apiRoundTrips()
                        "function msdp(n) send('[' .. getMsdp(n) .. ']') end\n"
                        "function setv() setVariable('hp', 12) send(getVariable('hp')) end\n"
                        "function talk() echo('hello') end\n"
+                       "function halfSet() setVariable('hp') end\n"
                        "function show() send(matches[0] .. '|' .. matches[1] .. '|' .. #matches) end");
     QVERIFY(engine.loadModule("api"));
     QVERIFY(!engine.callFunction("talk", ""));
@@ -108,6 +109,9 @@ void tst_LuaEngine::apiRoundTrips()
     QCOMPARE(m_sent, QStringList({"42", "[90]", "[]", "12"}));
     QVERIFY(!engine.callFunction("tableArg", ""));
     QVERIFY(engine.lastError().contains("bad argument #1 to 'send' (string expected, got table)"));
+    QVERIFY(!engine.callFunction("halfSet", ""));
+    QVERIFY(engine.lastError().contains("bad argument #2 to 'setVariable' (string expected, got no value)"));
+    QCOMPARE(variables.value("hp"), QString("12")); // the failed call set nothing
 
     engine.setMatchesTable({"You hit orc", "orc"});
     QVERIFY(engine.callFunction("show", ""));

@@ -51,6 +51,26 @@ void tst_ScriptEngine::aliasesAndKeyBindings()
     QCOMPARE(sentCommands(sent), QStringList({"kill orc", "get all", "k orc", "north;south", " #var x 1 ",
                                               "north", "look", "look"}));
     QCOMPARE(engine.getVariable("x"), QString());
+
+    // With conveniences a typed line is a command block whose pieces may be
+    // aliases, exact or by their first word with arguments.
+    scripts.aliases.append({"tell", "t", "tell %1 [%0] %2%9;#showme told %1", "", true});
+    engine.setScripts(scripts);
+    engine.setConveniencesEnabled(true);
+    QSignalSpy shown(&engine, &ScriptEngine::echoText);
+    sent.clear();
+    engine.processInput(" k ");
+    engine.processInput("k orc");
+    engine.processInput("t bob  hi there;north; ;#var x 5;say $x;#2 look");
+    engine.processInput("t");
+    engine.processInput("");
+    engine.setTypedRepeatEnabled(false);
+    engine.processInput("#2 look");
+    engine.triggerKeyBinding("F1"); // blocks keep their repeats
+    QCOMPARE(sentCommands(sent), QStringList({"kill orc", "get all", "kill orc", "get all",
+                                              "tell bob [bob  hi there] hi", "north", "say 5", "look", "look",
+                                              "tell  []", "", "#2 look", "north", "look", "look"}));
+    QCOMPARE(shown, QList<QVariantList>({{"told bob"}, {"told"}}));
 }
 
 void tst_ScriptEngine::firstMatchingTriggerFires()
@@ -84,12 +104,26 @@ void tst_ScriptEngine::firstMatchingTriggerFires()
     QCOMPARE(fired.size(), 3);
     QCOMPARE(fired.at(1).at(0).toString(), QString("all"));
     QCOMPARE(fired.at(2).at(0).toString(), QString("all"));
+
+    // Escape codes hide the text from triggers, unless conveniences strip
+    // them (and the CR) first; captures then come from the visible text.
+    const QString coloured = "\x1b[1mYou hit \x1b[32morc\x1b[0m for 3\r";
+    for (const bool on : {false, true}) {
+        engine.setConveniencesEnabled(on);
+        engine.processGameText(coloured);
+        QCOMPARE(fired.last().at(0).toString(), on ? QString("hit") : QString("all"));
+    }
+    QCOMPARE(fired.last().at(1).toString(), QString("You hit orc for 3"));
+    QCOMPARE(sent.last().at(0).toString(), QString("say You hit orc for 3|orc|3"));
 }
 
 void tst_ScriptEngine::commandBlocksAndLuaCalls()
 {
     QTemporaryDir dir;
-    QFile module(dir.filePath("m.lua"));
+    // Deep enough that Lua cuts the file's path short in its messages.
+    const QString scriptDir = dir.filePath("scripts/Somebody_with.a.long.host.name_4000");
+    QVERIFY(QDir().mkpath(scriptDir));
+    QFile module(scriptDir + "/m.lua");
     QVERIFY(module.open(QIODevice::WriteOnly));
     module.write("function onHit(a) send('hit:' .. tostring(a) .. ':' .. matches[1]) end\n"
                  "function fail() error('bad') end\n"
@@ -98,7 +132,7 @@ void tst_ScriptEngine::commandBlocksAndLuaCalls()
     module.close();
     ScriptEngine engine(nullptr);
     engine.setLuaTimeLimitMs(50);
-    engine.setScriptDir(dir.path());
+    engine.setScriptDir(scriptDir);
     QVERIFY2(engine.loadLuaModule("m"), qPrintable(engine.getLuaLastError()));
     Scripts scripts;
     scripts.triggers = {
@@ -132,10 +166,32 @@ void tst_ScriptEngine::commandBlocksAndLuaCalls()
     QCOMPARE(changed.first(), QVariantList({"target", "orc"}));
     QCOMPARE(engine.getVariable("target"), QString("orc"));
 
-    // Reloading resets the state but re-installs the callbacks.
-    engine.reloadAllLuaModules({"m"});
+    // Reloading resets the state but re-installs the callbacks; modules that
+    // fail to load are not reported by default.
+    QFile broken(scriptDir + "/broken.lua");
+    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("x x"));
+    broken.close();
+    engine.reloadAllLuaModules({"m", "absent", "broken"});
     engine.processInput("mark");
     QCOMPARE(sent.size(), 3);
+
+    // With conveniences errors name the module and the function, a module by
+    // its file name alone, and load failures are reported from the event loop
+    // (a session loads its modules before its screen listens).
+    engine.setConveniencesEnabled(true);
+    errors.clear();
+    engine.processGameText("You hit orc");
+    engine.reloadAllLuaModules({"m", "absent", "broken"});
+    QCOMPARE(errors.size(), 3);
+    QTRY_COMPARE(errors.size(), 5);
+    QCOMPARE(errors.at(0).at(0).toString(), QString("missing: no loaded module defines this function"));
+    QCOMPARE(errors.at(1).at(0).toString(), QString("m.lua:2: fail: bad"));
+    QCOMPARE(errors.at(2).at(0).toString(),
+             QString("m.lua: stuck: script ran too long (over 0.05 s) and was stopped"));
+    QVERIFY2(errors.at(3).at(0).toString().startsWith("absent.lua: cannot open absent.lua"),
+             qPrintable(errors.at(3).at(0).toString()));
+    QVERIFY2(errors.at(4).at(0).toString().startsWith("broken.lua:1: "),
+             qPrintable(errors.at(4).at(0).toString()));
     engine.unloadLuaModules();
     QVERIFY(!engine.getLuaFunctions().contains("store"));
 }

@@ -40,6 +40,8 @@ private slots:
     void reconnectsKeepingItsState();
     void showsPromptsWithStandardTelnet();
     void boundsTheMsdpTable();
+    void highlightsOnlyTheLineThatAskedForIt();
+    void reportsModulesThatFailToLoad();
     void keepsModuleFoldersInsideTheDataDirectory_data();
     void keepsModuleFoldersInsideTheDataDirectory();
 };
@@ -125,8 +127,12 @@ void tst_GameSession::reconnectsKeepingItsState()
     session.connect();
     QVERIFY(server->waitForNewConnection(5000));
     QTcpSocket* peer = server->nextPendingConnection();
-    peer->write(msdp("HEALTH", "5") + "first\n");
+    peer->write(msdp("HEALTH", "5") + "first\n\xff\xfb\x01"); // IAC WILL ECHO: a password comes
     QTRY_VERIFY_WITH_TIMEOUT(session.getMsdpVariable("HEALTH") == "5", 5000);
+    // A password is sent as typed, not read as commands.
+    session.sendCommand("pa;s$s#1");
+    QByteArray received;
+    QVERIFY(readUntil(peer, "\r\n", received).endsWith("pa;s$s#1\r\n"));
     session.getScriptEngine()->setVariable("target", "orc");
     peer->close();
     QTRY_VERIFY_WITH_TIMEOUT(!session.isConnected(), 5000);
@@ -236,17 +242,61 @@ void tst_GameSession::boundsTheMsdpTable()
     QTest::qWait(50);
     received += peer->readAll();
     QCOMPARE(received.count("say pair"), GameSession::kMaxMsdpVariables + 1);
+}
 
-    // A highlight asked for by an MSDP pair has no line to land on: once the
-    // trigger stops highlighting, a line of the same text stays plain.
+void tst_GameSession::highlightsOnlyTheLineThatAskedForIt()
+{
+    const Character player{"H", "", "127.0.0.1", 1, ""};
+    Scripts scripts;
     scripts.triggers = {{"hp", "HP=5", "", "", false, true, true, "#00ff00"}};
-    session.getScriptEngine()->setScripts(scripts);
+    Storage::instance()->setScripts(player, scripts);
+    GameSession session(player, nullptr);
+    QSignalSpy highlighted(&session, &GameSession::lineHighlighted);
+
+    // A highlight asked for by an MSDP pair has no line to land on (nor a
+    // tab to mark): once the trigger stops highlighting, a line of the same
+    // text stays plain.
     session.onMudMsdpVariable("HP", "5");
+    QVERIFY(highlighted.isEmpty());
     QCOMPARE(session.processMudText("HP=5\n"), QString("\x1b[38;2;0;255;0mHP=5\x1b[0m\n"));
+    QCOMPARE(highlighted.size(), 1);
+
+    // The line's own reset ends the highlight, unless conveniences colour the
+    // whole visible line.
+    const QString green = "\x1b[38;2;0;255;0m";
+    const QString line = "\x1b[31mDanger\x1b[0m HP=5\n";
+    QCOMPARE(session.processMudText(line), green + "\x1b[31mDanger\x1b[0m HP=5\x1b[0m\n");
+    session.setFeatureEnabled(GameFeature::ClientConveniences, true);
+    QCOMPARE(session.processMudText(line),
+             green + "\x1b[31m" + green + "Danger\x1b[0m" + green + " HP=5\x1b[0m\n");
+
     scripts.triggers[0].highlight = false;
     session.getScriptEngine()->setScripts(scripts);
     session.onMudMsdpVariable("HP", "5");
     QCOMPARE(session.processMudText("HP=5\n"), QString("HP=5\n"));
+    QCOMPARE(highlighted.size(), 3);
+}
+
+void tst_GameSession::reportsModulesThatFailToLoad()
+{
+    const Character hero{"L", "", "127.0.0.1", 1, ""};
+    Scripts scripts;
+    scripts.luaModules = {{"broken", true, 0}};
+    Storage::instance()->setScripts(hero, scripts);
+    Storage::instance()->ensureScriptDir(hero);
+    QFile module(Storage::instance()->getScriptDir(hero) + "/broken.lua");
+    QVERIFY(module.open(QIODevice::WriteOnly) && module.write("x x") == 3);
+    module.close();
+    for (const bool conveniences : {false, true}) {
+        Storage::instance()->setEnabledFeatures(hero, conveniences ? QList<int>{12} : QList<int>{});
+        GameSession session(hero, nullptr);
+        // Connected after the session is made, as the screen is.
+        QSignalSpy errors(session.getScriptEngine(), &ScriptEngine::luaError);
+        QTest::qWait(10);
+        QCOMPARE(errors.size(), conveniences ? 1 : 0);
+        if (conveniences)
+            QVERIFY(errors.first().first().toString().startsWith("broken.lua:1: "));
+    }
 }
 
 void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory_data()

@@ -337,9 +337,11 @@ void tst_ScriptEditor::triggerDebuggerLogsAndDetaches()
     QCOMPARE(log->count(), 2);
     emit second.getScriptEngine()->triggerFired("p", "x", "");
     QCOMPARE(log->count(), 3);
+    emit second.getScriptEngine()->luaError("'heal': boom"); // a failed "lua:" call is logged too
+    QVERIFY(log->item(3)->text().endsWith("] Lua error: 'heal': boom"));
     debugger.setSession(nullptr);
     emit second.getScriptEngine()->triggerFired("p", "x", "");
-    QCOMPARE(log->count(), 3);
+    QCOMPARE(log->count(), 4);
     debugger.onClearDebugLog();
     QCOMPARE(log->count(), 0);
 }
