@@ -93,3 +93,21 @@ QList<QTextCursor> TerminalDocument::findAll(QTextDocument* document, const QStr
     }
     return matches;
 }
+
+void TerminalDocument::keepGlyphsOfLastBlocks(QTextDocument* document, int count, qsizetype maxLength)
+{
+    QTextBlock block = document->lastBlock();
+    for (int i = 0; i < count && block.isValid(); ++i, block = block.previous()) {
+        if (block.length() <= maxLength)
+            block.layout()->setCacheEnabled(true);
+    }
+}
+
+void TerminalDocument::setLineHeight(QTextDocument* document, int percent)
+{
+    QTextBlockFormat spacing;
+    spacing.setLineHeight(percent, QTextBlockFormat::ProportionalHeight);
+    QTextCursor cursor(document);
+    cursor.select(QTextCursor::Document);
+    cursor.mergeBlockFormat(spacing);
+}

@@ -27,6 +27,13 @@ public:
     // is laid out again when scrolled back to.
     static void releaseLayoutsBefore(const QTextBlock& first);
 
+    // Lets the last count blocks (those of at most maxLength characters) keep
+    // their shaped glyphs, which are otherwise made again at every paint.
+    static void keepGlyphsOfLastBlocks(QTextDocument* document, int count, qsizetype maxLength);
+
+    // Every line's height, in percent of the font's.
+    static void setLineHeight(QTextDocument* document, int percent);
+
     // Makes the web addresses in the runs just inserted at lineStart links.
     static void markLinks(QTextDocument* document, const QList<AnsiParser::FormatRun>& runs, int lineStart);
 

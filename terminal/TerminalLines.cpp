@@ -12,8 +12,14 @@ constexpr qsizetype kMaxHeldEscape = 256;
 
 } // namespace
 
-TerminalLines::Piece TerminalLines::add(const QString& text, const QString& stamp)
+TerminalLines::Piece TerminalLines::add(const QString& received, const QString& stamp)
 {
+    QString text = received;
+    if (std::exchange(breakSkipped, false)) {
+        text.remove(0, text.startsWith(QLatin1String("\r\n")) ? 2 : text.startsWith(u'\n') ? 1 : 0);
+        if (text.isEmpty())
+            return {};
+    }
     Piece piece{{}, stayOpen && !text.endsWith(u'\n'), {}};
     if (piece.leavesOpen) {
         openLine += stamp + text;
@@ -37,4 +43,5 @@ void TerminalLines::reset()
 {
     openLine = QString();
     heldEscape.clear();
+    breakSkipped = false;
 }

@@ -19,10 +19,14 @@ public:
     void setLinesStayOpen(bool enabled) { stayOpen = enabled; }
     bool startsLine() const { return openLine.isNull(); }
     Piece add(const QString& text, const QString& stamp);
+    // The open line was ended by the client: the server's own line break
+    // that ends it (at the start of the next piece) is dropped.
+    void skipNextBreak() { breakSkipped = true; }
     void reset();
 
 private:
     bool stayOpen = false;
     QString openLine;   // the open line as logged (stamped); null when none is open
     QString heldEscape; // the unfinished escape sequence that ended the open line
+    bool breakSkipped = false;
 };

@@ -2,7 +2,6 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QDesktopServices>
-#include <QFile>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -115,14 +114,26 @@ void TerminalWidget::appendAnsiText(const QString& text)
                               ? QTime::currentTime().toString(QStringLiteral("[hh:mm:ss] "))
                               : QString();
     const TerminalLines::Piece piece = lines.add(text, stamp);
-    if (!piece.leavesOpen && logging && logFile)
-        writeLog(piece.logLine);
+    if (piece.shown.isEmpty() && piece.logLine.isNull())
+        return; // nothing left of it (a line break the client already made)
+    if (!piece.leavesOpen)
+        log.write(piece.logLine);
     insertLine(piece.shown, piece.leavesOpen);
     if (document()->allFormats().size() > formatCompactionThreshold)
         compactFormats();
 
     if (followTail)
         scrollToBottom();
+}
+
+void TerminalWidget::appendClientLine(const QString& line, bool continuesOpenLine)
+{
+    const bool endsOpenLine = !frozen && !lines.startsLine();
+    if (endsOpenLine && !continuesOpenLine)
+        appendAnsiText(QStringLiteral("\n"));
+    appendAnsiText(line);
+    if (endsOpenLine)
+        lines.skipNextBreak();
 }
 
 void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
@@ -174,17 +185,11 @@ void TerminalWidget::insertLine(const QString& line, bool leaveOpen)
         TerminalDocument::markLinks(doc, runs, lineStart);
     cursor.endEditBlock();
 
-    // Shaped glyphs are normally thrown away after layout and made again at
-    // every paint. While the view follows a full scrollback, every line on
-    // screen is repainted as each new line pushes it up, so new lines keep
-    // their glyphs until they leave the view at the top (releaseHiddenLayouts).
-    if (!atLimit || !followTail)
-        return;
-    QTextBlock block = doc->lastBlock();
-    for (int i = 0; i <= newBlocks && block.isValid(); ++i, block = block.previous()) {
-        if (block.length() <= kMaxGlyphCachedBlockLength)
-            block.layout()->setCacheEnabled(true);
-    }
+    // While the view follows a full scrollback, every line on screen is
+    // repainted as each new line pushes it up, so new lines keep their glyphs
+    // until they leave the view at the top (releaseHiddenLayouts).
+    if (atLimit && followTail)
+        TerminalDocument::keepGlyphsOfLastBlocks(doc, newBlocks + 1, kMaxGlyphCachedBlockLength);
 }
 
 void TerminalWidget::releaseHiddenLayouts()
@@ -226,13 +231,6 @@ void TerminalWidget::compactFormats()
     formatCompactionThreshold = qMax(kFormatCompactionThreshold, 2 * int(doc->allFormats().size()));
     if (!followTail)
         verticalScrollBar()->setValue(scrolledTo);
-}
-
-void TerminalWidget::writeLog(const QString& text)
-{
-    // Flushed at once so the log survives a crash of the client.
-    logFile->write(text.toUtf8().append('\n'));
-    logFile->flush();
 }
 
 void TerminalWidget::scrollToBottom()
@@ -296,20 +294,11 @@ void TerminalWidget::setFontSize(int size)
     sized.setFixedPitch(true);
     setFont(sized);
 
-    QTextBlockFormat spacing;
-    spacing.setLineHeight(kLineHeightPercent, QTextBlockFormat::ProportionalHeight);
-    QTextCursor cursor(document());
-    cursor.select(QTextCursor::Document);
-    cursor.mergeBlockFormat(spacing);
+    TerminalDocument::setLineHeight(document(), kLineHeightPercent);
     if (followTail)
         scrollToBottom(); // the new line height moves the bottom
 
     emit fontSizeChanged(size);
-}
-
-int TerminalWidget::getFontSize() const
-{
-    return fontSize;
 }
 
 void TerminalWidget::setScrollbackLines(int lines)
@@ -373,11 +362,6 @@ void TerminalWidget::setFrozen(bool freeze)
     emit frozenChanged(frozen);
 }
 
-bool TerminalWidget::isFrozen() const
-{
-    return frozen;
-}
-
 void TerminalWidget::setFontFamily(const QString& family)
 {
     fontFamily = family;
@@ -386,49 +370,20 @@ void TerminalWidget::setFontFamily(const QString& family)
     setFont(changed);
 }
 
-QString TerminalWidget::getFontFamily() const
-{
-    return fontFamily;
-}
-
-void TerminalWidget::setTimestamps(bool enabled)
-{
-    timestamps = enabled;
-}
-
-bool TerminalWidget::getTimestamps() const
-{
-    return timestamps;
-}
-
 void TerminalWidget::setWordWrap(bool enabled)
 {
     wordWrap = enabled;
     setLineWrapMode(enabled ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
 }
 
-bool TerminalWidget::getWordWrap() const
-{
-    return wordWrap;
-}
-
 void TerminalWidget::setLogging(bool enabled, const QString& path)
 {
-    logFile.reset();
-    logging = enabled;
-    logPath = path;
-    if (!enabled || path.isEmpty())
-        return;
-    logFile = std::make_unique<QFile>(path);
-    if (!logFile->open(QIODevice::Append | QIODevice::Text)) {
-        logFile.reset();
-        logging = false;
-    }
+    log.setLogging(enabled, path);
 }
 
 bool TerminalWidget::getLogging() const
 {
-    return logging;
+    return log.isLogging();
 }
 
 void TerminalWidget::setLinksEnabled(bool enabled)
@@ -457,11 +412,6 @@ void TerminalWidget::mouseReleaseEvent(QMouseEvent* event)
     const QString href = anchorAt(event->position().toPoint());
     if (!href.isEmpty())
         QDesktopServices::openUrl(QUrl(href));
-}
-
-void TerminalWidget::setLinesStayOpen(bool enabled)
-{
-    lines.setLinesStayOpen(enabled);
 }
 
 void TerminalWidget::paintEvent(QPaintEvent* event)

@@ -4,12 +4,9 @@
 #include <QString>
 #include <QStringList>
 
-#include <memory>
-
 #include "terminal/AnsiParser.h"
 #include "terminal/TerminalLines.h"
-
-class QFile;
+#include "terminal/TerminalLog.h"
 
 // The read-only, scrolling output pane of a game session. Text arrives one line
 // at a time with ANSI colours; the pane keeps a bounded scrollback, follows the
@@ -24,11 +21,17 @@ public:
     ~TerminalWidget() override;
 
     void appendAnsiText(const QString& text);
+    // A line of the client's own (an echoed command, a notice). With a line
+    // left open for a prompt, an echoed command (continuesOpenLine) completes
+    // it, as typing does on a terminal, and any other line starts a line of its
+    // own; the server's own line break that then ends the prompt is not shown
+    // a second time.
+    void appendClientLine(const QString& line, bool continuesOpenLine = false);
     void scrollToBottom();
     void clearTerminal();
 
     void setFontSize(int size);
-    int getFontSize() const;
+    int getFontSize() const { return fontSize; }
     void setScrollbackLines(int lines);
     bool isAtLiveTail() const;
 
@@ -36,13 +39,13 @@ public:
     void clearFindHighlights();
 
     void setFrozen(bool frozen);
-    bool isFrozen() const;
+    bool isFrozen() const { return frozen; }
     void setFontFamily(const QString& family);
-    QString getFontFamily() const;
-    void setTimestamps(bool enabled);
-    bool getTimestamps() const;
+    QString getFontFamily() const { return fontFamily; }
+    void setTimestamps(bool enabled) { timestamps = enabled; }
+    bool getTimestamps() const { return timestamps; }
     void setWordWrap(bool enabled);
-    bool getWordWrap() const;
+    bool getWordWrap() const { return wordWrap; }
     void setLogging(bool enabled, const QString& path);
     bool getLogging() const;
 
@@ -50,7 +53,7 @@ public:
     // without a line feed (a prompt shown before its line is complete) leaves
     // its line open and the next piece completes it: one line on screen, one
     // timestamp, one log line, written when the line is complete.
-    void setLinesStayOpen(bool enabled);
+    void setLinesStayOpen(bool enabled) { lines.setLinesStayOpen(enabled); }
     // Web addresses in later output become links that open in the desktop's
     // browser on a click. Off by default.
     void setLinksEnabled(bool enabled);
@@ -69,7 +72,6 @@ private:
     void onDeferredUpdate();
     void scheduleDeferredUpdate();
     void flushLayout();
-    void writeLog(const QString& text);
     void insertLine(const QString& line, bool leaveOpen);
     int dropOldestBlocks(int incomingBlocks, int incomingCharacters);
     void compactFormats();
@@ -83,9 +85,7 @@ private:
     QString fontFamily;
     bool timestamps = false;
     bool wordWrap = true;
-    bool logging = false;
-    QString logPath;
-    std::unique_ptr<QFile> logFile;
+    TerminalLog log;
     TerminalLines lines;
     bool linksEnabled = false;
     // A burst of lines within one event-loop turn costs one scroll and one

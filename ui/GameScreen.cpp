@@ -240,14 +240,14 @@ void GameScreen::onSessionConnected()
 {
     connectWait->stop();
     scriptNoticeShown = false;
-    terminal->appendAnsiText(ClientLines::connected());
+    terminal->appendClientLine(ClientLines::connected());
     toolbar->setConnected(true);
     emit connectionStateChanged(true);
 }
 
 void GameScreen::onSessionDisconnected()
 {
-    terminal->appendAnsiText(ClientLines::disconnected());
+    terminal->appendClientLine(ClientLines::disconnected());
     toolbar->setConnected(false);
     toolbar->offerReconnect(true);
     onServerEchoChanged(false); // a password prompt ends with its link
@@ -257,7 +257,7 @@ void GameScreen::onSessionDisconnected()
 void GameScreen::onConnectionError(const QString& message)
 {
     const Character& character = session->getCharacter();
-    terminal->appendAnsiText(ClientLines::connectionError(character.host, character.port, message));
+    terminal->appendClientLine(ClientLines::connectionError(character.host, character.port, message));
     if (!session->isConnected())
         toolbar->offerReconnect(true);
 }
@@ -267,7 +267,7 @@ void GameScreen::onCommandNotSent(const QString& command)
     // A timer firing offline would otherwise write a line every few seconds.
     bool& shown = typingCommand ? typedNoticeShown : scriptNoticeShown;
     if (!std::exchange(shown, true))
-        terminal->appendAnsiText(ClientLines::commandNotSent(command));
+        terminal->appendClientLine(ClientLines::commandNotSent(command));
 }
 
 void GameScreen::onServerEchoChanged(bool serverEchoes)
@@ -327,7 +327,7 @@ void GameScreen::onCommandEntered(const QString& line)
     const bool secret = secretInput;
     // Shown as typed, in a colour of its own, and never seen by the triggers.
     if (!secret && conveniencesEnabled() && SettingsDialog::storedEchoInput(session->getCharacter()))
-        terminal->appendAnsiText(ClientLines::commandEcho(line));
+        terminal->appendClientLine(ClientLines::commandEcho(line), true);
     typedNoticeShown = false;
     typingCommand = true;
     // An empty line is a real command to the game (it often redraws the prompt).
@@ -350,13 +350,13 @@ void GameScreen::onCompletionRequested()
 void GameScreen::onLuaError(const QString& message)
 {
     if (conveniencesEnabled())
-        terminal->appendAnsiText(ClientLines::luaError(message));
+        terminal->appendClientLine(ClientLines::luaError(message));
 }
 
 void GameScreen::onEchoText(const QString& text)
 {
     if (conveniencesEnabled())
-        terminal->appendAnsiText(ClientLines::scriptEcho(text));
+        terminal->appendClientLine(ClientLines::scriptEcho(text));
 }
 
 bool GameScreen::conveniencesEnabled() const
