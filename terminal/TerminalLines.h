@@ -22,6 +22,7 @@ public:
     // The open line was ended by the client: the server's own line break
     // that ends it (at the start of the next piece) is dropped.
     void skipNextBreak() { breakSkipped = true; }
+    bool skipsNextBreak() const { return breakSkipped; }
     void reset();
 
 private:

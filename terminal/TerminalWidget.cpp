@@ -128,11 +128,17 @@ void TerminalWidget::appendAnsiText(const QString& text)
 
 void TerminalWidget::appendClientLine(const QString& line, bool continuesOpenLine)
 {
-    const bool endsOpenLine = !frozen && !lines.startsLine();
+    if (frozen) { // replayed later as it came
+        appendAnsiText(line);
+        return;
+    }
+    const bool endsOpenLine = !lines.startsLine();
+    // A break still owed by the server is owed after this line too.
+    const bool skipBreak = endsOpenLine || lines.skipsNextBreak();
     if (endsOpenLine && !continuesOpenLine)
         appendAnsiText(QStringLiteral("\n"));
     appendAnsiText(line);
-    if (endsOpenLine)
+    if (skipBreak)
         lines.skipNextBreak();
 }
 
