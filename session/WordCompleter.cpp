@@ -1,9 +1,8 @@
 #include "session/WordCompleter.h"
 
-#include <QList>
-
 #include <algorithm>
-#include <utility>
+
+#include "terminal/AnsiParser.h"
 
 namespace {
 
@@ -16,41 +15,39 @@ bool isWordChar(QChar c)
 
 void WordCompleter::addText(const QString& text)
 {
-    qsizetype start = -1;
-    for (qsizetype i = 0; i <= text.size(); ++i) {
-        const bool word = i < text.size() && isWordChar(text.at(i));
-        if (word && start < 0)
-            start = i;
-        if (word || start < 0)
-            continue;
-        if (i - start >= kMinWordLength)
-            lastSeen.insert(text.mid(start, i - start), ++counter);
-        start = -1;
+    if (text.isEmpty())
+        return;
+    recentOutput.push_back(text);
+    rememberedCharacters += text.size();
+    while (rememberedCharacters > kMaxRememberedCharacters && recentOutput.size() > 1) {
+        rememberedCharacters -= recentOutput.front().size();
+        recentOutput.pop_front();
     }
-    if (lastSeen.size() > 2 * kMaxWords)
-        forgetOldest();
-}
-
-void WordCompleter::forgetOldest()
-{
-    // Pruning in batches keeps adding text cheap: one sort per kMaxWords words.
-    QList<quint64> ages = lastSeen.values();
-    std::nth_element(ages.begin(), ages.end() - kMaxWords, ages.end());
-    const quint64 cutoff = *(ages.end() - kMaxWords);
-    lastSeen.removeIf([cutoff](const auto& entry) { return entry.value() < cutoff; });
 }
 
 QStringList WordCompleter::candidatesFor(const QString& prefix) const
 {
-    QList<std::pair<quint64, QString>> found;
-    for (auto it = lastSeen.cbegin(); it != lastSeen.cend(); ++it) {
-        if (it.key().size() > prefix.size() && it.key().startsWith(prefix, Qt::CaseInsensitive))
-            found.append({it.value(), it.key()});
-    }
-    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
     QStringList words;
-    for (const auto& [age, word] : found)
-        words.append(word);
+    QSet<QString> offered;
+    for (auto piece = recentOutput.crbegin(); piece != recentOutput.crend(); ++piece) {
+        const QString text = AnsiParser::plainText(*piece);
+        // Right to left: the word seen last comes first.
+        qsizetype end = text.size();
+        while (end > 0 && words.size() < kMaxWords) {
+            while (end > 0 && !isWordChar(text.at(end - 1)))
+                --end;
+            qsizetype start = end;
+            while (start > 0 && isWordChar(text.at(start - 1)))
+                --start;
+            const QStringView word = QStringView(text).mid(start, end - start);
+            if (word.size() >= kMinWordLength && word.size() > prefix.size() &&
+                word.startsWith(prefix, Qt::CaseInsensitive) && !offered.contains(word.toString())) {
+                offered.insert(word.toString());
+                words.append(word.toString());
+            }
+            end = start;
+        }
+    }
     return words;
 }
 

@@ -290,7 +290,7 @@ void GameScreen::onSessionTextReceived(const QString& text)
     if (text.isEmpty())
         return;
     if (conveniencesEnabled())
-        completer.addText(AnsiParser::plainText(text));
+        completer.addText(text);
     const bool highlighted = std::exchange(highlightPending, false);
     emit outputArrived(highlighted);
 }
