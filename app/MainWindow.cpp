@@ -339,9 +339,12 @@ void MainWindow::onImportProfile()
 
 void MainWindow::onOutputArrived(GameScreen* screen, bool highlighted)
 {
+    // Called for every line: the tab in front (the usual case) returns at once.
     const int index = tabs->indexOf(screen);
+    if (index <= 0 || index == tabs->currentIndex())
+        return;
     const auto it = screens.find(screen->getSession()->getCharacter().key());
-    if (index <= 0 || index == tabs->currentIndex() || it == screens.end())
+    if (it == screens.end())
         return;
     const int level = qMax(it->activity, highlighted ? 2 : 1);
     if (level != it->activity)
