@@ -168,7 +168,7 @@ if [[ $profile == 1 ]] && command -v perf >/dev/null; then
     echo "in Debian's packages and show up only inside their callers):"
     echo
     echo '```'
-    perf report -i "$work/perf.data" --no-children --sort dso --stdio --percent-limit 1 2>/dev/null |
+    perf report -i "$work/perf.data" --no-children --sort dso --stdio -g none --percent-limit 1 2>/dev/null |
       grep -E '^ +[0-9]' | head -n 15
     echo
     perf report -i "$work/perf.data" --children --sort symbol --stdio -g none --percent-limit 1.5 2>/dev/null |
