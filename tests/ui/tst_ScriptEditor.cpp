@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QKeySequenceEdit>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -14,6 +15,7 @@
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 #include "ui/KeyBindingDialog.h"
 #include "ui/MsdpViewer.h"
 #include "ui/ScriptEditor.h"
@@ -38,21 +40,6 @@ QStringList column(QTableWidget* table, int c)
     for (int row = 0; row < table->rowCount(); ++row)
         texts << table->item(row, c)->text();
     return texts;
-}
-
-QStringList tabTitles(ScriptEditor& editor)
-{
-    auto* tabs = editor.findChild<QTabWidget*>();
-    QStringList titles;
-    for (int i = 0; i < tabs->count(); ++i)
-        titles << tabs->tabText(i);
-    return titles;
-}
-
-QString currentTab(ScriptEditor& editor)
-{
-    auto* tabs = editor.findChild<QTabWidget*>();
-    return tabs->tabText(tabs->currentIndex());
 }
 
 // Presses a button of a record page, as the player does.
@@ -203,29 +190,26 @@ void tst_ScriptEditor::conveniencesFollowTheSwitch()
     Scripts scripts;
     scripts.keyBindings = {{"odd", "Hyper+Q", "old", "g", true}}; // hand-written, not recordable
     scripts.luaModules = {{"m", true, 0}};
-    QFile module(session.getScriptDir() + "/m.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly));
-    module.close();
+    writeFile(session.getScriptDir() + "/m.lua", "");
     ScriptEditor editor;
     editor.setSession(&session);
     editor.setScripts(scripts);
     connect(&editor, &ScriptEditor::scriptsChanged, &session, &GameSession::updateScripts);
 
-    QStringList titles = {"Aliases", "Triggers", "Timers", "Variables", "Quick Actions", "Lua Scripts"};
-    if (on)
-        titles.insert(5, "Key Bindings");
-    QCOMPARE(tabTitles(editor), titles);
+    auto* tabs = editor.findChild<QTabWidget*>();
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles << tabs->tabText(i);
+    QCOMPARE(titles.join(','), QString("Aliases,Triggers,Timers,Variables,Quick Actions,%1Lua Scripts")
+                                   .arg(on ? "Key Bindings," : ""));
     editor.showTab("Key Bindings"); // what the toolbar's "Keys" asks for
-    QCOMPARE(currentTab(editor), on ? "Key Bindings" : "Quick Actions");
+    QCOMPARE(tabs->tabText(tabs->currentIndex()), on ? "Key Bindings" : "Quick Actions");
 
-    bool highlightOffered = !on;
-    QTimer::singleShot(0, [&highlightOffered] {
-        auto* dialog = qobject_cast<ScriptItemDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
+    bool highlightOffered = !on; // stays wrong unless the dialog opens
+    acceptNextDialog<ScriptItemDialog>([&highlightOffered](ScriptItemDialog* dialog) {
         for (QWidget* w : dialog->findChildren<QWidget*>())
             if (w->accessibleName() == "Highlight colour")
                 highlightOffered = w->isVisibleTo(dialog);
-        dialog->reject();
     });
     press(editor, "Triggers", "Add");
     QCOMPARE(highlightOffered, on);
@@ -264,9 +248,7 @@ void tst_ScriptEditor::conveniencesFollowTheSwitch()
 void tst_ScriptEditor::followsTheSessionsScripts()
 {
     GameSession session(Character{"Imp", "", "127.0.0.1", 1, ""}, nullptr);
-    QFile module(session.getScriptDir() + "/m.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly));
-    module.close();
+    writeFile(session.getScriptDir() + "/m.lua", "");
     ScriptEditor editor;
     editor.setSession(&session);
     Scripts old;
@@ -313,6 +295,17 @@ void tst_ScriptEditor::msdpViewerSortsAndUpdatesInPlace()
     viewer.setSession(nullptr);
     session.setMsdpVariable("ZETA", "1");
     QCOMPARE(viewer.getTable()->rowCount(), 0);
+
+    // Once the session's bounded table turns updates away, the viewer says how
+    // many: four names are in, so the last five of 1025 more do not fit.
+    viewer.setSession(&session);
+    QLabel* dropped = viewer.getDroppedLabel();
+    QVERIFY(dropped->isHidden());
+    for (int i = 0; i <= GameSession::kMaxMsdpVariables; ++i)
+        session.setMsdpVariable(QString("FILL_%1").arg(i), "x");
+    session.setMsdpVariable("ROOM_NAME", "Keep"); // an existing name refreshes the viewer
+    QVERIFY(!dropped->isHidden());
+    QVERIFY2(dropped->text().startsWith("5 update(s) not kept"), qPrintable(dropped->text()));
 }
 
 void tst_ScriptEditor::triggerDebuggerLogsAndDetaches()
