@@ -198,34 +198,27 @@ void tst_MainWindow::tabsFollowSessions()
 void tst_MainWindow::charactersAreValidatedAndStored()
 {
     MainWindow window;
-    auto fillDialog = [](const QStringList& values) {
-        answerModals({[values](QWidget* modal) {
-            auto* dialog = qobject_cast<CharacterDialog*>(modal);
-            QVERIFY(dialog);
-            const QList<QLineEdit*> fields = dialog->findChildren<QLineEdit*>();
-            for (int i = 0; i < values.size() && i < fields.size(); ++i)
-                fields[i]->setText(values[i]);
-            dialog->accept();
-        }});
+    const auto fill = [](const QStringList& values) -> ModalAction {
+        return [values](QWidget* modal) {
+            QVERIFY(qobject_cast<CharacterDialog*>(modal));
+            for (int i = 0; i < values.size(); ++i)
+                modal->findChildren<QLineEdit*>().at(i)->setText(values[i]);
+            static_cast<QDialog*>(modal)->accept();
+        };
     };
     QString warning;
-    answerModals({[](QWidget* modal) {
-                      modal->findChildren<QLineEdit*>().at(0)->setText("Ann");
-                      modal->findChildren<QLineEdit*>().at(1)->setText("mud.example");
-                      static_cast<QDialog*>(modal)->accept();
-                  },
-                  clickButton(QMessageBox::Ok, &warning)});
+    answerModals({fill({"Ann", "mud.example"}), clickButton(QMessageBox::Ok, &warning)});
     window.onAddCharacter();
     QCOMPARE(warning, "Invalid|Please fill all fields");
     QVERIFY(Storage::instance()->getCharacters().isEmpty());
 
-    fillDialog({"Ann", "mud.example", "4000"});
+    answerModals({fill({"Ann", "mud.example", "4000"})});
     window.onAddCharacter();
     QCOMPARE(Storage::instance()->getCharacters().size(), 1);
     const Character ann = Storage::instance()->getCharacters().first();
     QCOMPARE(ann.port, 4000);
 
-    fillDialog({"Ann", "mud.example", "4001"});
+    answerModals({fill({"Ann", "mud.example", "4001"})});
     window.onEditCharacter(ann);
     QCOMPARE(Storage::instance()->getCharacters().first().port, 4001);
 
@@ -255,26 +248,23 @@ void tst_MainWindow::featuresAreSwitchedPerCharacter()
     const Character other = local("Bob");
     Storage::instance()->setCharacters({home, other});
     MainWindow window;
-    auto toggle = [](QList<int> codes) {
-        return [codes](QWidget* modal) {
-            auto* dialog = qobject_cast<FeaturesDialog*>(modal);
-            QVERIFY(dialog);
-            const QList<QCheckBox*> boxes = dialog->findChildren<QCheckBox*>();
+    QList<int> shown; // ticked as the dialog opens
+    const auto toggle = [&shown](QList<int> codes) -> ModalAction {
+        return [&shown, codes](QWidget* modal) {
+            QVERIFY(qobject_cast<FeaturesDialog*>(modal));
+            const QList<QCheckBox*> boxes = modal->findChildren<QCheckBox*>();
             QCOMPARE(boxes.size(), 13);
+            shown.clear();
+            for (int code = 0; code < boxes.size(); ++code) {
+                if (boxes.at(code)->isChecked())
+                    shown << code;
+            }
             for (int code : codes)
                 boxes.at(code)->click();
-            dialog->accept();
+            static_cast<QDialog*>(modal)->accept();
         };
     };
-    QList<int> shown;
-    answerModals({[&shown, toggle](QWidget* modal) {
-        const QList<QCheckBox*> boxes = modal->findChildren<QCheckBox*>();
-        for (int code = 0; code < boxes.size(); ++code) {
-            if (boxes.at(code)->isChecked())
-                shown << code;
-        }
-        toggle({12, 0})(modal);
-    }});
+    answerModals({toggle({12, 0})});
     selectCharacter(window, "Ann");
     window.findChild<QPushButton*>("featuresButton")->click();
     QCOMPARE(shown, QList<int>({0, 1, 2, 3, 4, 6, 8, 9, 10}));
@@ -285,6 +275,7 @@ void tst_MainWindow::featuresAreSwitchedPerCharacter()
     GameSession* session = window.getScreen(other.key())->getSession();
     answerModals({toggle({11, 12})});
     window.onEditFeatures(other);
+    QCOMPARE(shown, QList<int>());
     QVERIFY(session->isFeatureEnabled(GameFeature::StandardTelnet));
     QVERIFY(session->isFeatureEnabled(GameFeature::ClientConveniences));
     QCOMPARE(Storage::instance()->getEnabledFeatures(other), QList<int>({11, 12}));
