@@ -98,11 +98,10 @@ const ModalAction pressEnter = [](QWidget* modal) {
 ModalAction chooseFile(const QString& path)
 {
     return [path](QWidget* modal) {
-        auto* dialog = qobject_cast<QFileDialog*>(modal);
-        QVERIFY(dialog);
+        QVERIFY(qobject_cast<QFileDialog*>(modal));
         // Typed, as a player would; selectFile() is lost while the dialog
         // is still reading a folder it showed before.
-        auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+        auto* name = modal->findChild<QLineEdit*>("fileNameEdit");
         QVERIFY(name);
         name->setText(path);
         QTest::keyClick(name, Qt::Key_Return);
@@ -132,6 +131,28 @@ void storeCharacters(const QList<Character>& characters, bool conveniences)
     Storage::instance()->setCharacters(characters);
     for (const Character& character : characters)
         Storage::instance()->setEnabledFeatures(character, conveniences ? QList<int>{12} : QList<int>{});
+}
+
+// The focusable controls under `root` (itself included) that a screen reader
+// reads without a word: "+" or "✕" read aloud tells the player nothing.
+QStringList unnamedControls(QWidget* root)
+{
+    QStringList unnamed;
+    QList<QWidget*> widgets = root->findChildren<QWidget*>();
+    widgets.prepend(root);
+    for (QWidget* widget : std::as_const(widgets)) {
+        // A combo box speaks for its own drop-down list.
+        bool inComboBox = false;
+        for (QWidget* up = widget->parentWidget(); up && !inComboBox; up = up->parentWidget())
+            inComboBox = qobject_cast<QComboBox*>(up);
+        if (!(widget->focusPolicy() & Qt::TabFocus) || widget->focusProxy() || inComboBox)
+            continue;
+        QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
+        const QString name = face ? face->text(QAccessible::Name) : QString();
+        if (std::none_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetterOrNumber(); }))
+            unnamed << root->metaObject()->className() + QString(" > ") + widget->metaObject()->className();
+    }
+    return unnamed;
 }
 
 } // namespace
@@ -500,22 +521,7 @@ void tst_MainWindow::everyFocusableControlHasAName()
     QSet<QString> visited;
     auto check = [&unnamed, &visited](QWidget* root) {
         visited.insert(root->metaObject()->className());
-        QList<QWidget*> widgets = root->findChildren<QWidget*>();
-        widgets.prepend(root);
-        for (QWidget* widget : std::as_const(widgets)) {
-            // A combo box speaks for its own drop-down list.
-            bool inComboBox = false;
-            for (QWidget* up = widget->parentWidget(); up && !inComboBox; up = up->parentWidget())
-                inComboBox = qobject_cast<QComboBox*>(up);
-            if (!(widget->focusPolicy() & Qt::TabFocus) || widget->focusProxy() || inComboBox)
-                continue;
-            QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
-            // "+" or "✕" read aloud tells the player nothing: a name has words.
-            const QString name = face ? face->text(QAccessible::Name) : QString();
-            if (std::none_of(name.cbegin(), name.cend(), [](QChar c) { return c.isLetterOrNumber(); }))
-                unnamed << root->metaObject()->className() + QString(" > ") +
-                               widget->metaObject()->className();
-        }
+        unnamed << unnamedControls(root);
     };
     static const QRegularExpression leaves(
         "Disconnect|Delete|Remove|Clear|Quit|Close|Import|Export|Save|Cancel|OK|^[-✕⊘]$|CONNECT|Profiles");
