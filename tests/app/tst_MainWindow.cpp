@@ -345,7 +345,6 @@ void tst_MainWindow::profilesTravelThroughTheFileMenu()
     QVERIFY(window.getScreen(bob.key())->getSession()->getLuaFunctions().contains("toolsReady"));
     QCOMPARE(seen, "Import Profile|Imported the profile into 'Bob'");
     QCOMPARE(Storage::instance()->getScripts(bob), scripts);
-    QCOMPARE(readFile(Storage::instance()->getScriptDir(bob) + "/tools.lua"), "function toolsReady() end\n");
 }
 
 void tst_MainWindow::quitEndsTheProgramWhateverIsOpen()
