@@ -106,7 +106,7 @@ void tst_LuaScriptTab::newModuleFollowsNameRules()
     }
     QCOMPARE(readFile(file(typed)), "-- " + typed.toUtf8() + " module\n");
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(tab->getModules().mid(3), QList<LuaModule>{{typed, true, 3}});
+    QCOMPARE(tab->getModules().mid(3), (QList<LuaModule>{{typed, true, 3}}));
     QCOMPARE(tab->list()->currentRow(), 3);
 }
 
