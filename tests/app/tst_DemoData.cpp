@@ -1,6 +1,5 @@
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -8,6 +7,7 @@
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 // The scripts `make run` gives the Demo character, as tools/run-demo.sh
 // installs them.
@@ -15,7 +15,6 @@ class tst_DemoData : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void floodOfHitsSendsNothing();
 };
 
@@ -23,35 +22,25 @@ namespace {
 
 QByteArray sourceFile(const QString& relative)
 {
-    QFile file(qEnvironmentVariable("OLVEX_TEST_SOURCE_DIR", QCoreApplication::applicationDirPath() + "/..") +
-               "/tools/demo/" + relative);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readFile(
+        qEnvironmentVariable("OLVEX_TEST_SOURCE_DIR", QCoreApplication::applicationDirPath() + "/..") +
+        "/tools/demo/" + relative);
 }
 
 const Character kDemo{"Demo", "", "127.0.0.1", 4000, "Olvex Demo Realm"};
 
 } // namespace
 
-void tst_DemoData::initTestCase()
-{
-    const QString dataDir = QDir(qEnvironmentVariable("XDG_DATA_HOME")).filePath(".olvex");
-    QVERIFY(QDir().mkpath(dataDir + "/scripts/Demo_127.0.0.1_4000"));
-    QFile settings(dataDir + "/settings.json");
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write(sourceFile("settings.json.in").replace("@PORT@", "4000"));
-    settings.close();
-    QFile module(dataDir + "/scripts/Demo_127.0.0.1_4000/demo.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly));
-    module.write(sourceFile("demo.lua"));
-    module.close();
-    Storage::instance()->load();
-    QCOMPARE(Storage::instance()->getCharacters(), {kDemo});
-}
-
 // `flood 20000` in the demo game brings thousands of hits; the hit counter
 // must show off scripts without answering each few with a line to the game.
 void tst_DemoData::floodOfHitsSendsNothing()
 {
+    const QString dataDir = QDir(qEnvironmentVariable("XDG_DATA_HOME")).filePath(".olvex");
+    writeFile(dataDir + "/settings.json", sourceFile("settings.json.in").replace("@PORT@", "4000"));
+    writeFile(dataDir + "/scripts/Demo_127.0.0.1_4000/demo.lua", sourceFile("demo.lua"));
+    Storage::instance()->load();
+    QCOMPARE(Storage::instance()->getCharacters(), {kDemo});
+
     GameSession session(kDemo, nullptr);
     // `make run` shows the Demo with standard telnet and client conveniences.
     QVERIFY(session.isFeatureEnabled(GameFeature::StandardTelnet));

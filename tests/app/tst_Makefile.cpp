@@ -1,11 +1,11 @@
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 // The first things a new player runs: `make run` and `make test`, including
 // on a fresh machine and in a checkout that was moved.
@@ -27,15 +27,10 @@ QString sourceFile(const QString& relative)
            '/' + relative;
 }
 
-void writeFile(const QString& path, const QByteArray& text, bool executable = false)
+void writeScript(const QString& path, const QByteArray& text)
 {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
-    file.close();
-    if (executable)
-        file.setPermissions(file.permissions() | QFile::ExeOwner);
+    writeFile(path, text);
+    QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner);
 }
 
 struct Run {
@@ -75,7 +70,7 @@ void tst_Makefile::movedCheckoutIsConfiguredAgain()
     QTemporaryDir parent;
     const QString first = parent.filePath("first");
     writeFile(first + "/CMakeLists.txt", "cmake_minimum_required(VERSION 3.16)\nproject(probe NONE)\n");
-    writeFile(first + "/tools/install-deps.sh", "#!/bin/sh\nexit 0\n", true);
+    writeScript(first + "/tools/install-deps.sh", "#!/bin/sh\nexit 0\n");
     QVERIFY(QFile::copy(sourceFile("Makefile"), first + "/Makefile"));
     const Run configured = run("make", {"configure"}, first);
     QVERIFY2(configured.exitCode == 0, qPrintable(configured.output));
@@ -102,12 +97,11 @@ void tst_Makefile::installOutputIsShortUnlessItFails()
     QFETCH(bool, aptFails);
     // A machine with none of the packages, whose apt is as talkative as the real one.
     QTemporaryDir fakeBin;
-    writeFile(fakeBin.filePath("dpkg-query"), "#!/bin/sh\nexit 1\n", true);
-    writeFile(fakeBin.filePath("id"), "#!/bin/sh\necho 0\n", true);
-    writeFile(fakeBin.filePath("apt-get"),
-              "#!/bin/sh\nfor i in $(seq 200); do echo \"apt line $i\"; echo \"dpkg line $i\" >&2; done\n"
-              "exit ${FAKE_APT_STATUS:-0}\n",
-              true);
+    writeScript(fakeBin.filePath("dpkg-query"), "#!/bin/sh\nexit 1\n");
+    writeScript(fakeBin.filePath("id"), "#!/bin/sh\necho 0\n");
+    writeScript(fakeBin.filePath("apt-get"),
+                "#!/bin/sh\nfor i in $(seq 200); do echo \"apt line $i\"; echo \"dpkg line $i\" >&2; done\n"
+                "exit ${FAKE_APT_STATUS:-0}\n");
     QProcessEnvironment environment = freshEnvironment();
     environment.insert("PATH", fakeBin.path() + ':' + environment.value("PATH"));
     environment.insert("FAKE_APT_STATUS", aptFails ? "100" : "0");

@@ -1,6 +1,4 @@
 #include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -14,21 +12,9 @@
 #include "lua/LuaPackage.h"
 #include "lua/LuaScriptTab.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 namespace {
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 // Answers the tab's questions from queues (empty: Cancel / No) and records
 // every question and message as "title|text", so no modal loop ever runs.
@@ -54,21 +40,12 @@ protected:
         asked << title + "|" + label;
         return answers.isEmpty() ? QString() : answers.takeFirst();
     }
-    bool askYesNo(const QString& title, const QString& text) override
+    bool askYesNo(const QString& t, const QString& text) override { return askText(t, text) == "yes"; }
+    QString askOpenFileName(const QString& t, const QString& filter) override { return askText(t, filter); }
+    QString askSaveFileName(const QString& t, const QString& filter) override { return askText(t, filter); }
+    void showMessage(QMessageBox::Icon, const QString& t, const QString& text) override
     {
-        return askText(title, text) == "yes";
-    }
-    QString askOpenFileName(const QString& title, const QString& filter) override
-    {
-        return askText(title, filter);
-    }
-    QString askSaveFileName(const QString& title, const QString& filter) override
-    {
-        return askText(title, filter);
-    }
-    void showMessage(QMessageBox::Icon, const QString& title, const QString& text) override
-    {
-        messages << title + "|" + text;
+        messages << t + "|" + text;
     }
 };
 
@@ -107,10 +84,8 @@ void tst_LuaScriptTab::newModuleFollowsNameRules_data()
     const QString invalid = "Invalid Name|Module name must start with letter or underscore, "
                             "contain only alphanumeric/underscore";
     QTest::newRow("leading digit") << "1abc" << invalid;
-    QTest::newRow("duplicate") << "b"
-                               << "Duplicate|Module already exists";
-    QTest::newRow("cancel") << ""
-                            << "";
+    QTest::newRow("duplicate") << "b" << QString("Duplicate|Module already exists");
+    QTest::newRow("cancel") << "" << QString("");
     QTest::newRow("leading underscore") << "_a1" << QString();
     QTest::newRow("differs only in case") << "B" << QString();
 }
@@ -131,8 +106,7 @@ void tst_LuaScriptTab::newModuleFollowsNameRules()
     }
     QCOMPARE(readFile(file(typed)), "-- " + typed.toUtf8() + " module\n");
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(tab->getModules().size(), 4);
-    QCOMPARE(tab->getModules().last(), (LuaModule{typed, true, 3}));
+    QCOMPARE(tab->getModules().mid(3), (QList<LuaModule>{{typed, true, 3}}));
     QCOMPARE(tab->list()->currentRow(), 3);
 }
 

@@ -31,8 +31,7 @@ class tst_ChannelPanel : public QObject {
 
 private slots:
     void channelsAreKeptByExactNameAndBounded();
-    void followsNewestOnlyAtBottom();
-    void longLinesWrapToTheWidth();
+    void wrapsAndFollowsNewestOnlyAtBottom();
 };
 
 void tst_ChannelPanel::channelsAreKeptByExactNameAndBounded()
@@ -65,13 +64,31 @@ void tst_ChannelPanel::channelsAreKeptByExactNameAndBounded()
     QCOMPARE(linesOf(panel, "Chat"), QStringList{"upper"});
 }
 
-void tst_ChannelPanel::followsNewestOnlyAtBottom()
+// Shown panels: long lines wrap to the width, and a tab follows its newest
+// line only while the player has not scrolled up to read.
+void tst_ChannelPanel::wrapsAndFollowsNewestOnlyAtBottom()
 {
     ChannelPanel panel;
-    panel.resize(320, 240);
+    panel.resize(200, 300);
     panel.show();
     QVERIFY(QTest::qWaitForWindowExposed(&panel));
     auto* tabs = panel.findChild<QTabWidget*>();
+    auto* ooc = qobject_cast<QListWidget*>(tabs->widget(0));
+    panel.addMessage("OOC", "short");
+    panel.addMessage("OOC", QString("word ").repeated(30).trimmed());
+    const auto height = [ooc](int row) {
+        return ooc->visualItemRect(ooc->item(row)).height();
+    };
+    QTRY_VERIFY(height(1) >= 3 * height(0));
+    // Wider, the same line needs fewer rows; far wider, a single one.
+    const int narrowHeight = height(1);
+    panel.resize(400, 300);
+    QTRY_VERIFY(height(1) < narrowHeight && height(1) > height(0));
+    panel.resize(2000, 300);
+    QTRY_COMPARE(height(1), height(0));
+    panel.resize(200, 300);
+    QTRY_COMPARE(height(1), narrowHeight);
+
     tabs->setCurrentIndex(1);
     auto* chat = qobject_cast<QListWidget*>(tabs->widget(1));
     QScrollBar* bar = chat->verticalScrollBar();
@@ -79,7 +96,6 @@ void tst_ChannelPanel::followsNewestOnlyAtBottom()
         panel.addMessage("Chat", QString("line %1").arg(i));
     QTRY_VERIFY(bar->maximum() > 0);
     QTRY_COMPARE(bar->value(), bar->maximum());
-
     // A tab filled while hidden opens at its newest line.
     for (int i = 1; i <= 100; ++i)
         panel.addMessage("Tell", QString("tell %1").arg(i));
@@ -90,44 +106,17 @@ void tst_ChannelPanel::followsNewestOnlyAtBottom()
     tabs->setCurrentIndex(1);
 
     // Scrolled up to read: new lines, even ones that trim the oldest, keep the
-    // line at the top where it is.
+    // line at the top where it is; back at the bottom it follows again.
     chat->scrollToItem(chat->item(99), QAbstractItemView::PositionAtTop);
     QCOMPARE(chat->itemAt(0, 0)->text(), "line 100");
     for (int i = 301; i <= 310; ++i)
         panel.addMessage("Chat", QString("line %1").arg(i));
     QCoreApplication::processEvents();
     QCOMPARE(chat->itemAt(0, 0)->text(), "line 100");
-
-    // Back at the bottom it follows again.
     bar->setValue(bar->maximum());
     panel.addMessage("Chat", "newest");
     QTRY_COMPARE(bar->value(), bar->maximum());
     QVERIFY(chat->viewport()->rect().contains(chat->visualItemRect(chat->item(chat->count() - 1))));
-}
-
-void tst_ChannelPanel::longLinesWrapToTheWidth()
-{
-    ChannelPanel panel;
-    panel.resize(200, 300);
-    panel.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&panel));
-    auto* ooc = qobject_cast<QListWidget*>(panel.findChild<QTabWidget*>()->widget(0));
-    const QString longLine = QString("word ").repeated(30).trimmed();
-    panel.addMessage("OOC", "short");
-    panel.addMessage("OOC", longLine);
-    const auto height = [ooc](int row) {
-        return ooc->visualItemRect(ooc->item(row)).height();
-    };
-    QTRY_VERIFY(height(1) >= 3 * height(0));
-
-    // Wider, the same line needs fewer rows; far wider, a single one.
-    const int narrowHeight = height(1);
-    panel.resize(400, 300);
-    QTRY_VERIFY(height(1) < narrowHeight && height(1) > height(0));
-    panel.resize(2000, 300);
-    QTRY_COMPARE(height(1), height(0));
-    panel.resize(200, 300);
-    QTRY_COMPARE(height(1), narrowHeight);
 }
 
 OLVEX_TEST_MAIN(tst_ChannelPanel, QApplication)

@@ -1,11 +1,13 @@
 #include <QDir>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QtTest>
 
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "ui/CharacterDialog.h"
 #include "ui/ConnectScreen.h"
 
 namespace {
@@ -53,6 +55,7 @@ void pressAllButtons(ConnectScreen& screen)
 
 } // namespace
 
+// The character list and the dialog that edits its characters.
 class tst_ConnectScreen : public QObject {
     Q_OBJECT
 
@@ -66,6 +69,9 @@ private slots:
     }
     void groupsByHostAndAsksOnlyForCharacterRows();
     void keyboardFromTheLastPlayedCharacter();
+    void dialogKeepsFieldsAsTyped();
+    void portTextIsReadAsDecimal_data();
+    void portTextIsReadAsDecimal();
 };
 
 void tst_ConnectScreen::groupsByHostAndAsksOnlyForCharacterRows()
@@ -132,6 +138,39 @@ void tst_ConnectScreen::keyboardFromTheLastPlayedCharacter()
     Storage::instance()->setActiveCharacterIndex(4);
     screen.loadCharacters();
     QCOMPARE(tree->currentItem(), nullptr);
+}
+
+void tst_ConnectScreen::dialogKeepsFieldsAsTyped()
+{
+    const Character character{" Goku ", "p@ss word", "mud.example.org", 8500, "Olvex"};
+    CharacterDialog dialog;
+    // Fields in the order name, host, port, MUD name, password.
+    const QList<QLineEdit*> fields = dialog.findChildren<QLineEdit*>();
+    dialog.setCharacter(Character()); // a new character's port shows its placeholder, not "0"
+    QCOMPARE(fields.at(2)->text(), QString());
+    dialog.setCharacter(character);
+    QCOMPARE(dialog.getCharacter(), character);
+    QCOMPARE(fields.at(4)->echoMode(), QLineEdit::Password); // the password is never shown in clear
+}
+
+void tst_ConnectScreen::portTextIsReadAsDecimal_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("port");
+    QTest::newRow("number") << "4000" << 4000;
+    QTest::newRow("letters") << "abc" << 0;
+    QTest::newRow("empty") << "" << 0;
+    QTest::newRow("leading zero is decimal, not octal") << "010" << 10;
+    QTest::newRow("hex is not a number") << "0x10" << 0;
+    QTest::newRow("beyond int") << "99999999999" << 0;
+}
+
+void tst_ConnectScreen::portTextIsReadAsDecimal()
+{
+    QFETCH(QString, text);
+    CharacterDialog dialog;
+    dialog.findChildren<QLineEdit*>().at(2)->setText(text);
+    QTEST(dialog.getCharacter().port, "port");
 }
 
 OLVEX_TEST_MAIN(tst_ConnectScreen, QApplication)

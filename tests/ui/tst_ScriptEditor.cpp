@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QKeySequenceEdit>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -14,6 +15,7 @@
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 #include "ui/KeyBindingDialog.h"
 #include "ui/MsdpViewer.h"
 #include "ui/ScriptEditor.h"
@@ -38,21 +40,6 @@ QStringList column(QTableWidget* table, int c)
     for (int row = 0; row < table->rowCount(); ++row)
         texts << table->item(row, c)->text();
     return texts;
-}
-
-QStringList tabTitles(ScriptEditor& editor)
-{
-    auto* tabs = editor.findChild<QTabWidget*>();
-    QStringList titles;
-    for (int i = 0; i < tabs->count(); ++i)
-        titles << tabs->tabText(i);
-    return titles;
-}
-
-QString currentTab(ScriptEditor& editor)
-{
-    auto* tabs = editor.findChild<QTabWidget*>();
-    return tabs->tabText(tabs->currentIndex());
 }
 
 // Presses a button of a record page, as the player does.
@@ -82,23 +69,42 @@ void acceptNextItemDialog(const QString& name)
         [name](ScriptItemDialog* dialog) { dialog->findChildren<QLineEdit*>().first()->setText(name); });
 }
 
+// A profile import replaces the session's scripts; the open editor must take
+// them, or its next edit writes its old copy back over the import.
+void takesAnImport(ScriptEditor& editor, GameSession& session)
+{
+    // The editor's own changes come back from the session without refilling it.
+    auto* code = editor.findChild<LuaScriptTab*>()->findChild<QPlainTextEdit*>();
+    code->setPlainText("-- draft");
+    press(editor, "Quick Actions", "Add");
+    QCOMPARE(code->toPlainText(), "-- draft");
+
+    Scripts imported;
+    imported.aliases = {{"one", "1", "x", "", true}, {"two", "2", "y", "", true}};
+    imported.variables = {{"v", "1", ""}};
+    session.updateScripts(imported);
+    QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"one", "two"}));
+    tableOf(editor, "Aliases")->setCurrentCell(1, 0);
+    press(editor, "Aliases", "Delete");
+    imported.aliases.removeLast();
+    QCOMPARE(Storage::instance()->getScripts(session.getCharacter()), imported);
+}
+
 } // namespace
 
 class tst_ScriptEditor : public QObject {
     Q_OBJECT
 
 private slots:
-    void showsFiltersAndShortens();
+    void showsFiltersShortensAndTabsOn();
     void everyChangeEmitsTheWholeRecord();
-    void tabMovesOnFromTables();
     void conveniencesFollowTheSwitch_data();
     void conveniencesFollowTheSwitch();
-    void followsTheSessionsScripts();
     void msdpViewerSortsAndUpdatesInPlace();
     void triggerDebuggerLogsAndDetaches();
 };
 
-void tst_ScriptEditor::showsFiltersAndShortens()
+void tst_ScriptEditor::showsFiltersShortensAndTabsOn()
 {
     ScriptEditor editor;
     Scripts scripts;
@@ -120,7 +126,22 @@ void tst_ScriptEditor::showsFiltersAndShortens()
     filter->setCurrentText("combat");
     QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a"}));
     filter->setCurrentText("All");
-    QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"a", "b"}));
+    QTableWidget* aliases = tableOf(editor, "Aliases");
+    QCOMPARE(column(aliases, 0), QStringList({"a", "b"}));
+
+    // Tab used to walk the cells in a loop, so the buttons were out of reach.
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    aliases->setFocus();
+    QTest::keyClick(aliases, Qt::Key_Down);
+    const int selected = aliases->currentRow();
+    for (const char* button : {"Add", "Edit", "Delete"}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        auto* focused = qobject_cast<QPushButton*>(QApplication::focusWidget());
+        QVERIFY2(focused && focused->text() == button, button);
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    QCOMPARE(column(aliases, 0), QStringList{selected == 0 ? "b" : "a"});
 }
 
 void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
@@ -166,28 +187,6 @@ void tst_ScriptEditor::everyChangeEmitsTheWholeRecord()
     QCOMPARE(changed.count(), 5);
 }
 
-// Tab used to walk the cells in a loop, so the buttons were out of reach.
-void tst_ScriptEditor::tabMovesOnFromTables()
-{
-    ScriptEditor editor;
-    Scripts scripts;
-    scripts.aliases = {{"a", "k", "kill", "", true}, {"b", "b", "bash", "", true}};
-    editor.setScripts(scripts);
-    editor.show();
-    QVERIFY(QTest::qWaitForWindowActive(&editor));
-    QTableWidget* aliases = tableOf(editor, "Aliases");
-    aliases->setFocus();
-    QTest::keyClick(aliases, Qt::Key_Down);
-    const int selected = aliases->currentRow();
-    for (const char* button : {"Add", "Edit", "Delete"}) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        auto* focused = qobject_cast<QPushButton*>(QApplication::focusWidget());
-        QVERIFY2(focused && focused->text() == button, button);
-    }
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
-    QCOMPARE(column(aliases, 0), QStringList{selected == 0 ? "b" : "a"});
-}
-
 void tst_ScriptEditor::conveniencesFollowTheSwitch_data()
 {
     QTest::addColumn<bool>("on");
@@ -203,29 +202,26 @@ void tst_ScriptEditor::conveniencesFollowTheSwitch()
     Scripts scripts;
     scripts.keyBindings = {{"odd", "Hyper+Q", "old", "g", true}}; // hand-written, not recordable
     scripts.luaModules = {{"m", true, 0}};
-    QFile module(session.getScriptDir() + "/m.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly));
-    module.close();
+    writeFile(session.getScriptDir() + "/m.lua", "");
     ScriptEditor editor;
     editor.setSession(&session);
     editor.setScripts(scripts);
     connect(&editor, &ScriptEditor::scriptsChanged, &session, &GameSession::updateScripts);
 
-    QStringList titles = {"Aliases", "Triggers", "Timers", "Variables", "Quick Actions", "Lua Scripts"};
-    if (on)
-        titles.insert(5, "Key Bindings");
-    QCOMPARE(tabTitles(editor), titles);
+    auto* tabs = editor.findChild<QTabWidget*>();
+    QStringList titles;
+    for (int i = 0; i < tabs->count(); ++i)
+        titles << tabs->tabText(i);
+    QCOMPARE(titles.join(','), QString("Aliases,Triggers,Timers,Variables,Quick Actions,%1Lua Scripts")
+                                   .arg(on ? "Key Bindings," : ""));
     editor.showTab("Key Bindings"); // what the toolbar's "Keys" asks for
-    QCOMPARE(currentTab(editor), on ? "Key Bindings" : "Quick Actions");
+    QCOMPARE(tabs->tabText(tabs->currentIndex()), on ? "Key Bindings" : "Quick Actions");
 
-    bool highlightOffered = !on;
-    QTimer::singleShot(0, [&highlightOffered] {
-        auto* dialog = qobject_cast<ScriptItemDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
+    bool highlightOffered = !on; // stays wrong unless the dialog opens
+    acceptNextDialog<ScriptItemDialog>([&highlightOffered](ScriptItemDialog* dialog) {
         for (QWidget* w : dialog->findChildren<QWidget*>())
             if (w->accessibleName() == "Highlight colour")
                 highlightOffered = w->isVisibleTo(dialog);
-        dialog->reject();
     });
     press(editor, "Triggers", "Add");
     QCOMPARE(highlightOffered, on);
@@ -239,7 +235,7 @@ void tst_ScriptEditor::conveniencesFollowTheSwitch()
             button->click();
     QCOMPARE(session.getLuaFunctions().contains("greet"), on);
     if (!on)
-        return;
+        return takesAnImport(editor, session);
 
     // Only recorded keys replace the stored text; the session applies every change.
     tableOf(editor, "Key Bindings")->setCurrentCell(0, 0);
@@ -257,40 +253,6 @@ void tst_ScriptEditor::conveniencesFollowTheSwitch()
     tableOf(editor, "Key Bindings")->setCurrentCell(0, 0);
     press(editor, "Key Bindings", "Delete");
     QCOMPARE(session.getScriptEngine()->scripts().keyBindings.size(), 1);
-}
-
-// A profile import replaces the session's scripts; the open editor must take
-// them, or its next edit writes its old copy back over the import.
-void tst_ScriptEditor::followsTheSessionsScripts()
-{
-    GameSession session(Character{"Imp", "", "127.0.0.1", 1, ""}, nullptr);
-    QFile module(session.getScriptDir() + "/m.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly));
-    module.close();
-    ScriptEditor editor;
-    editor.setSession(&session);
-    Scripts old;
-    old.aliases = {{"old", "o", "x", "", true}};
-    old.luaModules = {{"m", true, 0}};
-    editor.setScripts(old);
-    connect(&editor, &ScriptEditor::scriptsChanged, &session, &GameSession::updateScripts);
-
-    // The editor's own changes come back from the session without refilling it.
-    auto* luaTab = editor.findChild<LuaScriptTab*>();
-    luaTab->findChild<QListWidget*>()->setCurrentRow(0);
-    luaTab->findChild<QPlainTextEdit*>()->setPlainText("-- draft");
-    press(editor, "Quick Actions", "Add");
-    QCOMPARE(luaTab->findChild<QPlainTextEdit*>()->toPlainText(), "-- draft");
-
-    Scripts imported;
-    imported.aliases = {{"one", "1", "x", "", true}, {"two", "2", "y", "", true}};
-    imported.variables = {{"v", "1", ""}};
-    session.updateScripts(imported);
-    QCOMPARE(column(tableOf(editor, "Aliases"), 0), QStringList({"one", "two"}));
-    tableOf(editor, "Aliases")->setCurrentCell(1, 0);
-    press(editor, "Aliases", "Delete");
-    imported.aliases.removeLast();
-    QCOMPARE(Storage::instance()->getScripts(session.getCharacter()), imported);
 }
 
 void tst_ScriptEditor::msdpViewerSortsAndUpdatesInPlace()
@@ -313,6 +275,17 @@ void tst_ScriptEditor::msdpViewerSortsAndUpdatesInPlace()
     viewer.setSession(nullptr);
     session.setMsdpVariable("ZETA", "1");
     QCOMPARE(viewer.getTable()->rowCount(), 0);
+
+    // Once the session's bounded table turns updates away, the viewer says how
+    // many: four names are in, so the last five of 1025 more do not fit.
+    viewer.setSession(&session);
+    QLabel* dropped = viewer.getDroppedLabel();
+    QVERIFY(dropped->isHidden());
+    for (int i = 0; i <= GameSession::kMaxMsdpVariables; ++i)
+        session.setMsdpVariable(QString("FILL_%1").arg(i), "x");
+    session.setMsdpVariable("ROOM_NAME", "Keep"); // an existing name refreshes the viewer
+    QVERIFY(!dropped->isHidden());
+    QVERIFY2(dropped->text().startsWith("5 update(s) not kept"), qPrintable(dropped->text()));
 }
 
 void tst_ScriptEditor::triggerDebuggerLogsAndDetaches()

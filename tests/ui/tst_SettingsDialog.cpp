@@ -1,6 +1,5 @@
 #include <QCheckBox>
 #include <QDialogButtonBox>
-#include <QLabel>
 #include <QPushButton>
 #include <QSlider>
 #include <QtTest>
@@ -43,10 +42,6 @@ void tst_SettingsDialog::fontIsLiveOptionsWaitForOk()
     slider->setValue(0);
     slider->setValue(99); // the size stays within 6..24
     QCOMPARE(dialog.getFontSize(), 24);
-    bool labelled = false;
-    for (QLabel* label : dialog.findChildren<QLabel*>())
-        labelled = labelled || label->text() == "24pt";
-    QVERIFY(labelled);
 
     dialog.findChildren<QCheckBox*>().at(1)->setChecked(true);
     dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::StandardButton(button))->click();

@@ -53,7 +53,6 @@ void tst_VitalsWidget::vitalRowRules()
     (widget.*updates[row])(current, max);
     const QLatin1String bars[] = {Theme::kPowerLevelBar, Theme::kKiBar, Theme::kFatigueBar};
     QProgressBar* bar = widget.findChild<QProgressBar*>(bars[row]);
-    QCOMPARE(bar->maximum(), 100);
     QTEST(bar->value(), "percent");
     QTEST(widget.findChildren<QLabel*>().value(row)->text(), "caption");
 }
