@@ -124,16 +124,8 @@ void tst_DemoPlay::initTestCase()
     storage->setCharacters({Character{"Other", "", "mud.example", 4000, ""}, demo});
     storage->setEnabledFeatures(demo, {0, 1, 2, 6, 3, 4, 8, 9, 10});
     Scripts scripts;
-    Trigger rally;
-    rally.name = "rally";
-    rally.pattern = "You attack";
-    rally.commands = "say fight on";
-    scripts.triggers << rally;
-    Alias training;
-    training.name = "training";
-    training.alias = "tg";
-    training.commands = "north;say made it";
-    scripts.aliases << training;
+    scripts.triggers = {{"rally", "You attack", "say fight on", ""}};
+    scripts.aliases = {{"training", "tg", "north;say made it", ""}};
     storage->setScripts(demo, scripts);
 
     window = std::make_unique<MainWindow>();
@@ -153,11 +145,7 @@ void tst_DemoPlay::cleanupTestCase()
 
 void tst_DemoPlay::type(const QString& command)
 {
-    QLineEdit* input = nullptr;
-    for (QLineEdit* edit : screen->findChildren<QLineEdit*>()) {
-        if (edit->placeholderText() == "Enter command...")
-            input = edit;
-    }
+    auto* input = childNamed<QLineEdit>(screen, "Command input");
     QVERIFY(input);
     QTest::keyClicks(input, command);
     QTest::keyClick(input, Qt::Key_Return);
@@ -181,7 +169,6 @@ void tst_DemoPlay::pickCharacterLogInAndWalk()
 
     QCOMPARE(tabs->count(), 2);
     QCOMPARE(tabs->tabText(1), "Demo @ 127.0.0.1");
-    QCOMPARE(tabs->currentIndex(), 1);
     screen = window->getScreen(demo.key());
     QVERIFY(screen);
     QCOMPARE(tabs->currentWidget(), screen.data());
@@ -208,13 +195,9 @@ void tst_DemoPlay::pickCharacterLogInAndWalk()
     QVERIFY(!terminalText().contains("Huh?"));
     QCOMPARE(screen->getHistory().first(), "tg");
 
-    // Character panels fill from the same MSDP stream.
+    // Character panels fill from the same MSDP stream (how each value is
+    // shown is the game screen's test).
     QTRY_VERIFY_WITH_TIMEOUT(childNamed<QLabel>(screen, "Name")->text() == "Demo", kWaitMs);
-    QCOMPARE(childNamed<QLabel>(screen, "Race and class")->text(), "Human/Ki Adept");
-    QCOMPARE(childNamed<QLabel>(screen, "Level")->text(), "12");
-    QVERIFY(QRegularExpression("^\\d+/5000$")
-                .match(childNamed<QLabel>(screen, "Power level")->text())
-                .hasMatch());
 }
 
 void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
@@ -230,8 +213,6 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
     auto* vitals = screen->findChild<VitalsWidget*>();
     QVERIFY(vitals);
     QVERIFY(labelMatching(vitals, "^PL: \\d+/5000$"));
-    QVERIFY(labelMatching(vitals, "^Ki: \\d+/100$"));
-    QVERIFY(labelMatching(vitals, "^Fatigue: \\d+/100$"));
     for (QProgressBar* bar : vitals->findChildren<QProgressBar*>())
         QVERIFY(bar->value() > 0);
     QCOMPARE(itemTexts(affects), QStringList({"sanctuary", "haste", "bless"}));

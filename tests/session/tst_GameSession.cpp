@@ -7,6 +7,7 @@
 #include "session/GameSession.h"
 #include "storage/Storage.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 namespace {
 
@@ -15,9 +16,11 @@ QByteArray msdp(const QByteArray& name, const QByteArray& value)
     return QByteArray("\xff\xfa\x45\x01", 4) + name + '\x02' + value + QByteArray("\xff\xf0", 2);
 }
 
-// Keeps reading from the server side until `expected` has arrived (or times out).
-QByteArray readUntil(QTcpSocket* socket, const QByteArray& expected, QByteArray& received)
+// What the server side reads until `expected` has arrived (or 5 s passed), and
+// for 50 ms more, so that anything sent after it is seen too.
+QByteArray readUntil(QTcpSocket* socket, const QByteArray& expected)
 {
+    QByteArray received;
     QElapsedTimer timer;
     timer.start();
     while (!received.contains(expected) && timer.elapsed() < 5000) {
@@ -26,7 +29,8 @@ QByteArray readUntil(QTcpSocket* socket, const QByteArray& expected, QByteArray&
         received += socket->readAll();
         QCoreApplication::processEvents();
     }
-    return received;
+    QTest::qWait(50);
+    return received + socket->readAll();
 }
 
 } // namespace
@@ -83,8 +87,7 @@ void tst_GameSession::playsAScriptedGameOverLoopback()
     QCOMPARE(session.getMsdpVariable("HEALTH"), "5");
 
     session.sendCommand("north;south");
-    QByteArray received;
-    readUntil(peer, "north;south\r\n", received);
+    const QByteArray received = readUntil(peer, "north;south\r\n");
     QCOMPARE(received.mid(received.indexOf("quaff")), QByteArray("quaff 5\r\nsay got it\r\nnorth;south\r\n"));
 }
 
@@ -131,8 +134,7 @@ void tst_GameSession::reconnectsKeepingItsState()
     QTRY_VERIFY_WITH_TIMEOUT(session.getMsdpVariable("HEALTH") == "5", 5000);
     // A password is sent as typed, not read as commands.
     session.sendCommand("pa;s$s#1");
-    QByteArray received;
-    QVERIFY(readUntil(peer, "\r\n", received).endsWith("pa;s$s#1\r\n"));
+    QVERIFY(readUntil(peer, "\r\n").endsWith("pa;s$s#1\r\n"));
     session.getScriptEngine()->setVariable("target", "orc");
     peer->close();
     QTRY_VERIFY_WITH_TIMEOUT(!session.isConnected(), 5000);
@@ -197,11 +199,7 @@ void tst_GameSession::showsPromptsWithStandardTelnet()
         QTRY_VERIFY_WITH_TIMEOUT(screen.endsWith("\n"), 5000);
         QCOMPARE(screen, "Name: \nHP> \nYou see a bi\x1b[38;2;255;0;0mg dog.\x1b[0m\n");
         // The trigger saw the whole line once, and never the part shown early.
-        QByteArray received;
-        readUntil(peer, "say seen\r\n", received);
-        QTest::qWait(50);
-        received += peer->readAll();
-        QCOMPARE(received.count("say "), 1);
+        QCOMPARE(readUntil(peer, "say seen\r\n").count("say "), 1);
         peer->write("Bye"); // last words without a line feed
         peer->disconnectFromHost();
         QTRY_VERIFY_WITH_TIMEOUT(!session.isConnected(), 5000);
@@ -237,11 +235,9 @@ void tst_GameSession::boundsTheMsdpTable()
     QVERIFY(!table.contains("LONG"));
     QCOMPARE(session.droppedMsdpCount(), 7);
     // Dropped updates run no triggers: one "say pair" per stored update.
-    QByteArray received;
-    readUntil(peer, QByteArray("say pair\r\n").repeated(GameSession::kMaxMsdpVariables + 1), received);
-    QTest::qWait(50);
-    received += peer->readAll();
-    QCOMPARE(received.count("say pair"), GameSession::kMaxMsdpVariables + 1);
+    const QByteArray pair = "say pair\r\n";
+    QCOMPARE(readUntil(peer, pair.repeated(GameSession::kMaxMsdpVariables + 1)).count(pair),
+             GameSession::kMaxMsdpVariables + 1);
 }
 
 void tst_GameSession::highlightsOnlyTheLineThatAskedForIt()
@@ -283,10 +279,7 @@ void tst_GameSession::reportsModulesThatFailToLoad()
     Scripts scripts;
     scripts.luaModules = {{"broken", true, 0}};
     Storage::instance()->setScripts(hero, scripts);
-    Storage::instance()->ensureScriptDir(hero);
-    QFile module(Storage::instance()->getScriptDir(hero) + "/broken.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly) && module.write("x x") == 3);
-    module.close();
+    writeFile(Storage::instance()->getScriptDir(hero) + "/broken.lua", "x x");
     for (const bool conveniences : {false, true}) {
         Storage::instance()->setEnabledFeatures(hero, conveniences ? QList<int>{12} : QList<int>{});
         GameSession session(hero, nullptr);
@@ -303,18 +296,12 @@ void tst_GameSession::keepsModuleFoldersInsideTheDataDirectory_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("host");
-    QTest::newRow("name climbs out") << "../../../../tmp/olvex-x"
-                                     << "h";
-    QTest::newRow("name climbs one level") << "../../escaped"
-                                           << "h";
-    QTest::newRow("absolute name") << "/tmp/olvex-abs"
-                                   << "h";
-    QTest::newRow("host climbs out") << "Hero"
-                                     << "../../up";
-    QTest::newRow("backslash and control") << "a\\b\x01"
-                                           << "h";
-    QTest::newRow("line break would make code") << "x\nos.exit(1)"
-                                                << "h\r\nos.exit(2)";
+    QTest::newRow("name climbs out") << "../../../../tmp/olvex-x" << QString("h");
+    QTest::newRow("name climbs one level") << "../../escaped" << QString("h");
+    QTest::newRow("absolute name") << "/tmp/olvex-abs" << QString("h");
+    QTest::newRow("host climbs out") << "Hero" << QString("../../up");
+    QTest::newRow("backslash and control") << "a\\b\x01" << QString("h");
+    QTest::newRow("line break would make code") << "x\nos.exit(1)" << QString("h\r\nos.exit(2)");
     QTest::newRow("longer than a file name") << QString(130, QChar(0x00e9)) << "h";
 }
 

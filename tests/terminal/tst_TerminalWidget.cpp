@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 #include "terminal/TerminalWidget.h"
 
 class tst_TerminalWidget : public QObject {
@@ -15,11 +16,21 @@ public slots:
     void openUrl(const QUrl& url) { opened << url.toString(); } // the desktop's browser, for the test
 
 private:
+    // Shown, with a scrollback of 300 lines, after `lines` lines of output.
+    static void showLines(TerminalWidget& terminal, int lines)
+    {
+        terminal.setScrollbackLines(300);
+        terminal.resize(400, 300);
+        terminal.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&terminal));
+        for (int i = 0; i < lines; ++i)
+            terminal.appendAnsiText(QString("line %1").arg(i));
+    }
+
     QStringList opened;
 
 private slots:
-    void clickOpensLinks_data();
-    void clickOpensLinks();
+    void clickOpensLinksWhenEnabled();
     void appendsLinesAndCarriesColours();
     void followsTailUnlessScrolledUp_data();
     void followsTailUnlessScrolledUp();
@@ -71,12 +82,7 @@ void tst_TerminalWidget::followsTailUnlessScrolledUp()
     QFETCH(int, linesUp);
     QFETCH(bool, follows);
     TerminalWidget terminal;
-    terminal.setScrollbackLines(300);
-    terminal.resize(400, 300);
-    terminal.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
-    for (int i = 0; i < 400; ++i) // more than the scrollback, so old lines drop out
-        terminal.appendAnsiText(QString("line %1").arg(i));
+    showLines(terminal, 400); // more than the scrollback, so old lines drop out
     QScrollBar* bar = terminal.verticalScrollBar();
     QTRY_VERIFY(bar->maximum() > 200 && bar->value() == bar->maximum());
 
@@ -109,12 +115,7 @@ void tst_TerminalWidget::staysPutWhenPlayerScrollsBack()
     QFETCH(int, lines);
     QFETCH(bool, resize);
     TerminalWidget terminal;
-    terminal.setScrollbackLines(300);
-    terminal.resize(400, 300);
-    terminal.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
-    for (int i = 0; i < lines; ++i)
-        terminal.appendAnsiText(QString("line %1").arg(i));
+    showLines(terminal, lines);
     QScrollBar* bar = terminal.verticalScrollBar();
     QTRY_VERIFY(bar->value() > 100 && bar->value() == bar->maximum());
 
@@ -220,8 +221,7 @@ void tst_TerminalWidget::freezeHoldsThenReplaysIntoLog()
     terminal.setLogging(true, path);
     QSignalSpy frozenSpy(&terminal, &TerminalWidget::frozenChanged);
     const auto readLog = [&] {
-        QFile log(path);
-        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+        return QString::fromUtf8(QFile::exists(path) ? readFile(path) : "");
     };
 
     terminal.appendAnsiText("");
@@ -260,11 +260,8 @@ void tst_TerminalWidget::drawsOneLinePerServerLine_data()
         << QStringList{"\033[1;31mYou are hit!\r\033[0m\n", "next\r\n"} << false << "You are hit!\nnext\n";
     QTest::newRow("lone CR") << QStringList{"a\rb"} << false << "ab\n";
     QTest::newRow("bell and tab") << QStringList{"\aBeep\tX\x7f"} << false << "Beep\tX\n";
-    QTest::newRow("option bytes") << QStringList{QString::fromLatin1("\xff\xfb\x01\xff\xfd\x18"
-                                                                     "a\x1b\x9b")}
-                                  << false
-                                  << QString::fromLatin1("\xff\xfb\xff\xfd"
-                                                         "a\n");
+    QTest::newRow("option bytes") << QStringList{QString::fromLatin1("\xff\xfb\x01\xff\xfd\x18\x61\x1b\x9b")}
+                                  << false << QString::fromLatin1("\xff\xfb\xff\xfd\x61\n");
     QTest::newRow("separators") << QStringList{QString("a") + QChar(0x2029) + "b" + QChar(0x2028) + "c"}
                                 << false << "abc\n";
     QTest::newRow("pieces") << QStringList{"HP: ", "20\n"} << false << "HP: \n20\n";
@@ -284,29 +281,22 @@ void tst_TerminalWidget::drawsOneLinePerServerLine()
     QCOMPARE(terminal.toPlainText(), shown);
 }
 
-void tst_TerminalWidget::clickOpensLinks_data()
+void tst_TerminalWidget::clickOpensLinksWhenEnabled()
 {
-    QTest::addColumn<bool>("enabled");
-    QTest::newRow("off") << false;
-    QTest::newRow("on") << true;
-}
-
-void tst_TerminalWidget::clickOpensLinks()
-{
-    QFETCH(bool, enabled);
     QDesktopServices::setUrlHandler("https", this, "openUrl");
-    opened.clear();
-    TerminalWidget terminal;
-    terminal.setLinksEnabled(enabled);
-    terminal.resize(600, 200);
-    terminal.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
-    terminal.appendAnsiText("\033[32mRead \033[1mhttps://olvex.example/news\033[0m, then play.");
-    QCoreApplication::processEvents();
-    QTextCursor at(terminal.document());
-    at.setPosition(int(QString("Read https://olv").size()));
-    QTest::mouseClick(terminal.viewport(), Qt::LeftButton, {}, terminal.cursorRect(at).center());
-    QCOMPARE(opened, enabled ? QStringList{"https://olvex.example/news"} : QStringList{});
+    for (const bool enabled : {false, true}) {
+        TerminalWidget terminal;
+        terminal.setLinksEnabled(enabled);
+        terminal.resize(600, 200);
+        terminal.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&terminal));
+        terminal.appendAnsiText("\033[32mRead \033[1mhttps://olvex.example/news\033[0m, then play.");
+        QCoreApplication::processEvents();
+        QTextCursor at(terminal.document());
+        at.setPosition(int(QString("Read https://olv").size()));
+        QTest::mouseClick(terminal.viewport(), Qt::LeftButton, {}, terminal.cursorRect(at).center());
+        QCOMPARE(opened, enabled ? QStringList{"https://olvex.example/news"} : QStringList{});
+    }
     QDesktopServices::unsetUrlHandler("https");
 }
 
