@@ -1,9 +1,9 @@
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "script/ScriptEngine.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 namespace {
 
@@ -122,14 +122,11 @@ void tst_ScriptEngine::commandBlocksAndLuaCalls()
     QTemporaryDir dir;
     // Deep enough that Lua cuts the file's path short in its messages.
     const QString scriptDir = dir.filePath("scripts/Somebody_with.a.long.host.name_4000");
-    QVERIFY(QDir().mkpath(scriptDir));
-    QFile module(scriptDir + "/m.lua");
-    QVERIFY(module.open(QIODevice::WriteOnly));
-    module.write("function onHit(a) send('hit:' .. tostring(a) .. ':' .. matches[1]) end\n"
-                 "function fail() error('bad') end\n"
-                 "function stuck() while true do end end\n"
-                 "function store(v) setVariable('target', v) send('#' .. getMsdp('ROOM')) end");
-    module.close();
+    writeFile(scriptDir + "/m.lua",
+              "function onHit(a) send('hit:' .. tostring(a) .. ':' .. matches[1]) end\n"
+              "function fail() error('bad') end\n"
+              "function stuck() while true do end end\n"
+              "function store(v) setVariable('target', v) send('#' .. getMsdp('ROOM')) end");
     ScriptEngine engine(nullptr);
     engine.setLuaTimeLimitMs(50);
     engine.setScriptDir(scriptDir);
@@ -168,9 +165,7 @@ void tst_ScriptEngine::commandBlocksAndLuaCalls()
 
     // Reloading resets the state but re-installs the callbacks; modules that
     // fail to load are not reported by default.
-    QFile broken(scriptDir + "/broken.lua");
-    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("x x"));
-    broken.close();
+    writeFile(scriptDir + "/broken.lua", "x x");
     engine.reloadAllLuaModules({"m", "absent", "broken"});
     engine.processInput("mark");
     QCOMPARE(sent.size(), 3);
