@@ -16,26 +16,13 @@ public slots:
     void openUrl(const QUrl& url) { opened << url.toString(); } // the desktop's browser, for the test
 
 private:
-    // Shown, with a scrollback of 300 lines, after `lines` lines of output.
-    static void showLines(TerminalWidget& terminal, int lines)
-    {
-        terminal.setScrollbackLines(300);
-        terminal.resize(400, 300);
-        terminal.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&terminal));
-        for (int i = 0; i < lines; ++i)
-            terminal.appendAnsiText(QString("line %1").arg(i));
-    }
-
     QStringList opened;
 
 private slots:
     void clickOpensLinksWhenEnabled();
     void appendsLinesAndCarriesColours();
-    void followsTailUnlessScrolledUp_data();
-    void followsTailUnlessScrolledUp();
-    void staysPutWhenPlayerScrollsBack_data();
-    void staysPutWhenPlayerScrollsBack();
+    void followsTailUnlessScrolledBack_data();
+    void followsTailUnlessScrolledBack();
     void scrollbackBoundsLongLinesToo();
     void distinctColoursKeepMemoryBounded();
     void freezeHoldsThenReplaysIntoLog_data();
@@ -68,58 +55,41 @@ void tst_TerminalWidget::appendsLinesAndCarriesColours()
     QCOMPARE(terminal.document()->maximumBlockCount(), 5000);
 }
 
-void tst_TerminalWidget::followsTailUnlessScrolledUp_data()
+void tst_TerminalWidget::followsTailUnlessScrolledBack_data()
 {
-    QTest::addColumn<int>("linesUp");
-    QTest::addColumn<bool>("follows");
-    QTest::newRow("at bottom") << 0 << true;
-    QTest::newRow("ten up") << 10 << true;
-    QTest::newRow("eleven up") << 11 << false;
-}
-
-void tst_TerminalWidget::followsTailUnlessScrolledUp()
-{
-    QFETCH(int, linesUp);
-    QFETCH(bool, follows);
-    TerminalWidget terminal;
-    showLines(terminal, 400); // more than the scrollback, so old lines drop out
-    QScrollBar* bar = terminal.verticalScrollBar();
-    QTRY_VERIFY(bar->maximum() > 200 && bar->value() == bar->maximum());
-
-    bar->setValue(bar->maximum() - linesUp);
-    const int before = bar->value();
-    for (int i = 0; i < 3; ++i)
-        terminal.appendAnsiText("more");
-    QCoreApplication::processEvents();
-    QCOMPARE(terminal.document()->blockCount(), 300);
-    // Not following, the view keeps its text while the lines above it go.
-    QCOMPARE(bar->value(), follows ? bar->maximum() : before - 3);
-    QCOMPARE(terminal.isAtLiveTail(), follows);
-}
-
-void tst_TerminalWidget::staysPutWhenPlayerScrollsBack_data()
-{
-    QTest::addColumn<QString>("how");
+    QTest::addColumn<QString>("how"); // "up N": the bar set N lines above its end
     QTest::addColumn<int>("lines");   // before scrolling back; the scrollback holds 300
     QTest::addColumn<bool>("resize"); // a font-size change while scrolled back
+    QTest::addColumn<bool>("follows");
+    QTest::newRow("at bottom") << "up 0" << 400 << false << true;
+    QTest::newRow("ten up") << "up 10" << 400 << false << true;
+    QTest::newRow("eleven up") << "up 11" << 400 << false << false;
     for (const char* how : {"PageUp", "scroll bar", "wheel"}) {
-        QTest::addRow("%s below limit", how) << how << 200 << false;
-        QTest::addRow("%s at limit", how) << how << 400 << false;
-        QTest::addRow("%s font size", how) << how << 400 << true;
+        QTest::addRow("%s below limit", how) << how << 200 << false << false;
+        QTest::addRow("%s at limit", how) << how << 400 << false << false;
+        QTest::addRow("%s font size", how) << how << 400 << true << false;
     }
 }
 
-void tst_TerminalWidget::staysPutWhenPlayerScrollsBack()
+void tst_TerminalWidget::followsTailUnlessScrolledBack()
 {
     QFETCH(QString, how);
     QFETCH(int, lines);
     QFETCH(bool, resize);
+    QFETCH(bool, follows);
     TerminalWidget terminal;
-    showLines(terminal, lines);
+    terminal.setScrollbackLines(300);
+    terminal.resize(400, 300);
+    terminal.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&terminal));
+    for (int i = 0; i < lines; ++i)
+        terminal.appendAnsiText(QString("line %1").arg(i));
     QScrollBar* bar = terminal.verticalScrollBar();
     QTRY_VERIFY(bar->value() > 100 && bar->value() == bar->maximum());
 
-    for (int i = 0; i < 5; ++i) {
+    if (how.startsWith("up "))
+        bar->setValue(bar->maximum() - how.mid(3).toInt());
+    for (int i = 0; i < 5 && !how.startsWith("up "); ++i) {
         if (how == "PageUp") {
             QTest::keyClick(&terminal, Qt::Key_PageUp);
         } else if (how == "scroll bar") {
@@ -131,7 +101,7 @@ void tst_TerminalWidget::staysPutWhenPlayerScrollsBack()
             QApplication::sendEvent(terminal.viewport(), &wheel);
         }
     }
-    QVERIFY(bar->value() < bar->maximum() - 10);
+    QVERIFY(follows || bar->value() < bar->maximum() - 10);
     if (resize)
         terminal.setFontSize(12);
     QCoreApplication::processEvents();
@@ -141,8 +111,13 @@ void tst_TerminalWidget::staysPutWhenPlayerScrollsBack()
         terminal.appendAnsiText("more");
         QCoreApplication::processEvents();
     }
-    QCOMPARE(terminal.cursorForPosition({2, 2}).block().text(), shown);
-    QVERIFY(!terminal.isAtLiveTail());
+    QCOMPARE(terminal.document()->blockCount(), qMin(lines + 5 + 1, 300)); // and the open last line
+    // Not following, the view keeps its text while the lines above it go.
+    if (follows)
+        QCOMPARE(bar->value(), bar->maximum());
+    else
+        QCOMPARE(terminal.cursorForPosition({2, 2}).block().text(), shown);
+    QCOMPARE(terminal.isAtLiveTail(), follows);
 }
 
 void tst_TerminalWidget::scrollbackBoundsLongLinesToo()
