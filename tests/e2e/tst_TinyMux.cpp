@@ -1,8 +1,6 @@
 #include <QGuiApplication>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "net/MudConnection.h"

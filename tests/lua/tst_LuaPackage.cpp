@@ -1,5 +1,3 @@
-#include <QDir>
-#include <QFile>
 #include <QtTest>
 
 #include "lua/LuaPackage.h"

@@ -1,6 +1,3 @@
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
 #include <QtTest>
 
 #include "lua/LuaPackage.h"

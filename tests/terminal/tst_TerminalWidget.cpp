@@ -1,7 +1,6 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QScrollBar>
-#include <QTemporaryDir>
 #include <QTextBlock>
 #include <QtTest>
 

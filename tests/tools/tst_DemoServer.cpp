@@ -1,5 +1,3 @@
-#include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTcpSocket>
 #include <QtTest>
 
