@@ -69,6 +69,7 @@ void tst_CharacterStatus::panelTexts_data()
     row("placeholder in a value", "stat:1", "CHARACTER_RACE=%2|CHARACTER_CLASS=Warrior", "%2/Warrior");
     row("magical resistance only", "stat:6", "CHARACTER_RESISTANCE_MAGICAL=7", "Phys: , Mag: 7");
     row("name as sent", "stat:0", "CHARACTER_NAME=<b>Kyren</b>", "<b>Kyren</b>");
+    row("level as sent", "stat:2", "CHARACTER_LEVEL=12", "12");
     row("combo running", "combo", "COMBO=3", "COMBO: 3 active");
     row("combo over", "combo", "COMBO=3|COMBO=0", "COMBO: 0");
     row("combo not a number", "combo", "COMBO=x", "COMBO: x");
