@@ -22,7 +22,6 @@
 #include "terminal/TerminalWidget.h"
 #include "tools/olvex-demo-server/DemoServer.h"
 #include "tools/olvex-demo-server/PlayerConnection.h"
-#include "ui/ChannelPanel.h"
 #include "ui/ConnectScreen.h"
 #include "ui/GameScreen.h"
 #include "ui/OpponentWidget.h"
@@ -60,23 +59,14 @@ template <typename T> T* childNamed(QWidget* root, const QString& accessibleName
     return nullptr;
 }
 
-QStringList itemTexts(const QListWidget* list)
+// The texts in the list that has this accessible name.
+QStringList itemsOf(QWidget* root, const QString& listName)
 {
     QStringList texts;
+    const auto* list = childNamed<QListWidget>(root, listName);
     for (int i = 0; list && i < list->count(); ++i)
         texts << list->item(i)->text();
     return texts;
-}
-
-QListWidget* channelList(GameScreen* screen, const QString& channel)
-{
-    auto* panel = screen->findChild<ChannelPanel*>();
-    auto* tabs = panel ? panel->findChild<QTabWidget*>() : nullptr;
-    for (int i = 0; tabs && i < tabs->count(); ++i) {
-        if (tabs->tabText(i) == channel)
-            return qobject_cast<QListWidget*>(tabs->widget(i));
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -169,16 +159,16 @@ void tst_DemoPlay::pickCharacterLogInAndWalk()
     QTRY_VERIFY_WITH_TIMEOUT(server->findPlayer("Demo"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Room: Sunstone Plaza$"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Exits: north, east, west, up$"), kWaitMs);
-    auto* occupants = childNamed<QListWidget>(screen, "Players and NPCs here");
-    QVERIFY(occupants);
-    QTRY_COMPARE_WITH_TIMEOUT(itemTexts(occupants), QStringList({"Guard", "Zara", "Kyren"}), kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(itemsOf(screen, "Players and NPCs here"),
+                              QStringList({"Guard", "Zara", "Kyren"}), kWaitMs);
 
     // The alias turns one typed word into a walk and a remark; the server
     // never sees the word itself.
     type("tg");
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Room: Training Grounds$"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Exits: north, south$"), kWaitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(itemTexts(occupants), QStringList({"Sparbot", "Tomo"}), kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(itemsOf(screen, "Players and NPCs here"), QStringList({"Sparbot", "Tomo"}),
+                              kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(terminalText().contains("You say 'made it'"), kWaitMs);
     QCOMPARE(server->findPlayer("Demo")->roomId(), "grounds");
     QVERIFY(!terminalText().contains("Huh?"));
@@ -195,8 +185,7 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
     GameSession* session = screen->getSession();
     auto* opponent = screen->findChild<OpponentWidget*>();
     QLabel* combo = labelMatching(screen, "^COMBO: ");
-    auto* affects = childNamed<QListWidget>(screen, "Active affects");
-    QVERIFY(opponent && combo && affects);
+    QVERIFY(opponent && combo);
 
     // Vitals arrive with the login, before any fight.
     auto* vitals = screen->findChild<VitalsWidget*>();
@@ -204,7 +193,7 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
     QVERIFY(labelMatching(vitals, "^PL: \\d+/5000$"));
     for (QProgressBar* bar : vitals->findChildren<QProgressBar*>())
         QVERIFY(bar->value() > 0);
-    QCOMPARE(itemTexts(affects), QStringList({"sanctuary", "haste", "bless"}));
+    QCOMPARE(itemsOf(screen, "Active affects"), QStringList({"sanctuary", "haste", "bless"}));
     QVERIFY(opponent->isHidden());
     QVERIFY(combo->isHidden());
 
@@ -219,7 +208,7 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
             seen << "health";
         if (!combo->isHidden())
             seen << combo->text();
-        seen << "affects|" + itemTexts(affects).join(' ');
+        seen << "affects|" + itemsOf(screen, "Active affects").join(' ');
     });
 
     type("kill spar");
@@ -237,16 +226,13 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
     QTRY_VERIFY_WITH_TIMEOUT(combo->isHidden(), kWaitMs);
     QCOMPARE(combo->text(), "COMBO: 0");
     QCOMPARE(terminalText().count("You say 'fight on'"), 1);
-    QVERIFY(!itemTexts(channelList(screen, "Combat"))
-                 .filter(QRegularExpression("^You hit the Sparbot"))
-                 .isEmpty());
+    QVERIFY(!itemsOf(screen, "Combat channel").filter(QRegularExpression("^You hit the Sparbot")).isEmpty());
 
     // Chat lines land in their channel tabs as plain text.
     type("ooc hello");
     type("tell Zara ready?");
-    QTRY_VERIFY_WITH_TIMEOUT(itemTexts(channelList(screen, "OOC")).contains("[OOC] Demo: hello"), kWaitMs);
-    QTRY_VERIFY_WITH_TIMEOUT(itemTexts(channelList(screen, "Tell")).contains("You tell Zara: ready?"),
-                             kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(itemsOf(screen, "OOC channel").contains("[OOC] Demo: hello"), kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(itemsOf(screen, "Tell channel").contains("You tell Zara: ready?"), kWaitMs);
 }
 
 void tst_DemoPlay::closingTheTabLeavesTheGame()
