@@ -198,7 +198,7 @@ void tst_GameSession::showsPromptsWithStandardTelnet()
         peer->write("Name: \xff\xf9"); // IAC GA
         peer->flush();
         if (!standard) {
-            // Described behaviour: unmarked or not, the text waits for its line feed.
+            // Switched off, marked or not, the text waits for its line feed.
             QTest::qWait(GameSession::kPromptIdleMs * 3);
             QCOMPARE(screen, QString());
             peer->write("\n");

@@ -34,19 +34,14 @@ public:
     QString waitForLine(const QString& pattern)
     {
         const QRegularExpression re(pattern);
-        QString found;
-        (void)QTest::qWaitFor(
-            [&] {
-                while (cursor < lines.size()) {
-                    found = lines.at(cursor++);
-                    if (re.match(found).hasMatch())
-                        return true;
-                }
-                found.clear();
-                return false;
-            },
-            kWaitMs);
-        return found;
+        const auto matched = [&] {
+            while (cursor < lines.size()) {
+                if (re.match(lines.at(cursor++)).hasMatch())
+                    return true;
+            }
+            return false;
+        };
+        return QTest::qWaitFor(matched, kWaitMs) ? lines.at(cursor - 1) : QString();
     }
     bool waitForMsdp(const QString& name, const QString& value)
     {
