@@ -275,9 +275,8 @@ void tst_DemoServer::benchModesReportTheirFormat()
     }
     QVERIFY(pingDone.wait(kWaitMs));
     QVERIFY(pingDone.at(0).at(0).toBool());
-    QVERIFY(QRegularExpression("^ping count=3 p50_us=\\d+ p99_us=\\d+ max_us=\\d+$")
-                .match(pingDone.at(0).at(1).toString())
-                .hasMatch());
+    QVERIFY(pingDone.at(0).at(1).toString().contains(
+        QRegularExpression("^ping count=3 p50_us=\\d+ p99_us=\\d+ max_us=\\d+$")));
 
     // With nobody to read it, a run gives up after its time limit instead of hanging.
     BenchLink idle;
