@@ -4,17 +4,13 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
-#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTreeWidget>
 #include <QtTest>
 
-#include <algorithm>
 #include <memory>
 
 #include "app/MainWindow.h"
@@ -26,7 +22,6 @@
 #include "terminal/TerminalWidget.h"
 #include "tools/olvex-demo-server/DemoServer.h"
 #include "tools/olvex-demo-server/PlayerConnection.h"
-#include "ui/ChannelPanel.h"
 #include "ui/ConnectScreen.h"
 #include "ui/GameScreen.h"
 #include "ui/OpponentWidget.h"
@@ -64,29 +59,14 @@ template <typename T> T* childNamed(QWidget* root, const QString& accessibleName
     return nullptr;
 }
 
-QStringList itemTexts(const QListWidget* list)
+// The texts in the list that has this accessible name.
+QStringList itemsOf(QWidget* root, const QString& listName)
 {
     QStringList texts;
+    const auto* list = childNamed<QListWidget>(root, listName);
     for (int i = 0; list && i < list->count(); ++i)
         texts << list->item(i)->text();
     return texts;
-}
-
-QListWidget* channelList(GameScreen* screen, const QString& channel)
-{
-    auto* panel = screen->findChild<ChannelPanel*>();
-    auto* tabs = panel ? panel->findChild<QTabWidget*>() : nullptr;
-    for (int i = 0; tabs && i < tabs->count(); ++i) {
-        if (tabs->tabText(i) == channel)
-            return qobject_cast<QListWidget*>(tabs->widget(i));
-    }
-    return nullptr;
-}
-
-bool anyItemStartsWith(const QListWidget* list, const QString& prefix)
-{
-    const QStringList texts = itemTexts(list);
-    return std::any_of(texts.cbegin(), texts.cend(), [&](const QString& t) { return t.startsWith(prefix); });
 }
 
 } // namespace
@@ -124,16 +104,8 @@ void tst_DemoPlay::initTestCase()
     storage->setCharacters({Character{"Other", "", "mud.example", 4000, ""}, demo});
     storage->setEnabledFeatures(demo, {0, 1, 2, 6, 3, 4, 8, 9, 10});
     Scripts scripts;
-    Trigger rally;
-    rally.name = "rally";
-    rally.pattern = "You attack";
-    rally.commands = "say fight on";
-    scripts.triggers << rally;
-    Alias training;
-    training.name = "training";
-    training.alias = "tg";
-    training.commands = "north;say made it";
-    scripts.aliases << training;
+    scripts.triggers = {{"rally", "You attack", "say fight on", ""}};
+    scripts.aliases = {{"training", "tg", "north;say made it", ""}};
     storage->setScripts(demo, scripts);
 
     window = std::make_unique<MainWindow>();
@@ -153,15 +125,10 @@ void tst_DemoPlay::cleanupTestCase()
 
 void tst_DemoPlay::type(const QString& command)
 {
-    QLineEdit* input = nullptr;
-    for (QLineEdit* edit : screen->findChildren<QLineEdit*>()) {
-        if (edit->placeholderText() == "Enter command...")
-            input = edit;
-    }
+    auto* input = childNamed<QLineEdit>(screen, "Command input");
     QVERIFY(input);
     QTest::keyClicks(input, command);
     QTest::keyClick(input, Qt::Key_Return);
-    QCOMPARE(input->text(), QString());
 }
 
 void tst_DemoPlay::pickCharacterLogInAndWalk()
@@ -181,7 +148,6 @@ void tst_DemoPlay::pickCharacterLogInAndWalk()
 
     QCOMPARE(tabs->count(), 2);
     QCOMPARE(tabs->tabText(1), "Demo @ 127.0.0.1");
-    QCOMPARE(tabs->currentIndex(), 1);
     screen = window->getScreen(demo.key());
     QVERIFY(screen);
     QCOMPARE(tabs->currentWidget(), screen.data());
@@ -193,28 +159,24 @@ void tst_DemoPlay::pickCharacterLogInAndWalk()
     QTRY_VERIFY_WITH_TIMEOUT(server->findPlayer("Demo"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Room: Sunstone Plaza$"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Exits: north, east, west, up$"), kWaitMs);
-    auto* occupants = childNamed<QListWidget>(screen, "Players and NPCs here");
-    QVERIFY(occupants);
-    QTRY_COMPARE_WITH_TIMEOUT(itemTexts(occupants), QStringList({"Guard", "Zara", "Kyren"}), kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(itemsOf(screen, "Players and NPCs here"),
+                              QStringList({"Guard", "Zara", "Kyren"}), kWaitMs);
 
     // The alias turns one typed word into a walk and a remark; the server
     // never sees the word itself.
     type("tg");
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Room: Training Grounds$"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(labelMatching(screen, "^Exits: north, south$"), kWaitMs);
-    QTRY_COMPARE_WITH_TIMEOUT(itemTexts(occupants), QStringList({"Sparbot", "Tomo"}), kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(itemsOf(screen, "Players and NPCs here"), QStringList({"Sparbot", "Tomo"}),
+                              kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(terminalText().contains("You say 'made it'"), kWaitMs);
     QCOMPARE(server->findPlayer("Demo")->roomId(), "grounds");
     QVERIFY(!terminalText().contains("Huh?"));
     QCOMPARE(screen->getHistory().first(), "tg");
 
-    // Character panels fill from the same MSDP stream.
+    // Character panels fill from the same MSDP stream (how each value is
+    // shown is the game screen's test).
     QTRY_VERIFY_WITH_TIMEOUT(childNamed<QLabel>(screen, "Name")->text() == "Demo", kWaitMs);
-    QCOMPARE(childNamed<QLabel>(screen, "Race and class")->text(), "Human/Ki Adept");
-    QCOMPARE(childNamed<QLabel>(screen, "Level")->text(), "12");
-    QVERIFY(QRegularExpression("^\\d+/5000$")
-                .match(childNamed<QLabel>(screen, "Power level")->text())
-                .hasMatch());
 }
 
 void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
@@ -223,18 +185,15 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
     GameSession* session = screen->getSession();
     auto* opponent = screen->findChild<OpponentWidget*>();
     QLabel* combo = labelMatching(screen, "^COMBO: ");
-    auto* affects = childNamed<QListWidget>(screen, "Active affects");
-    QVERIFY(opponent && combo && affects);
+    QVERIFY(opponent && combo);
 
     // Vitals arrive with the login, before any fight.
     auto* vitals = screen->findChild<VitalsWidget*>();
     QVERIFY(vitals);
     QVERIFY(labelMatching(vitals, "^PL: \\d+/5000$"));
-    QVERIFY(labelMatching(vitals, "^Ki: \\d+/100$"));
-    QVERIFY(labelMatching(vitals, "^Fatigue: \\d+/100$"));
     for (QProgressBar* bar : vitals->findChildren<QProgressBar*>())
         QVERIFY(bar->value() > 0);
-    QCOMPARE(itemTexts(affects), QStringList({"sanctuary", "haste", "bless"}));
+    QCOMPARE(itemsOf(screen, "Active affects"), QStringList({"sanctuary", "haste", "bless"}));
     QVERIFY(opponent->isHidden());
     QVERIFY(combo->isHidden());
 
@@ -249,7 +208,7 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
             seen << "health";
         if (!combo->isHidden())
             seen << combo->text();
-        seen << "affects|" + itemTexts(affects).join(' ');
+        seen << "affects|" + itemsOf(screen, "Active affects").join(' ');
     });
 
     type("kill spar");
@@ -267,14 +226,13 @@ void tst_DemoPlay::fightFeedsPanelsAndFiresTrigger()
     QTRY_VERIFY_WITH_TIMEOUT(combo->isHidden(), kWaitMs);
     QCOMPARE(combo->text(), "COMBO: 0");
     QCOMPARE(terminalText().count("You say 'fight on'"), 1);
-    QVERIFY(anyItemStartsWith(channelList(screen, "Combat"), "You hit the Sparbot"));
+    QVERIFY(!itemsOf(screen, "Combat channel").filter(QRegularExpression("^You hit the Sparbot")).isEmpty());
 
     // Chat lines land in their channel tabs as plain text.
     type("ooc hello");
     type("tell Zara ready?");
-    QTRY_VERIFY_WITH_TIMEOUT(itemTexts(channelList(screen, "OOC")).contains("[OOC] Demo: hello"), kWaitMs);
-    QTRY_VERIFY_WITH_TIMEOUT(itemTexts(channelList(screen, "Tell")).contains("You tell Zara: ready?"),
-                             kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(itemsOf(screen, "OOC channel").contains("[OOC] Demo: hello"), kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(itemsOf(screen, "Tell channel").contains("You tell Zara: ready?"), kWaitMs);
 }
 
 void tst_DemoPlay::closingTheTabLeavesTheGame()

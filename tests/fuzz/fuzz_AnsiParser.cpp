@@ -9,7 +9,6 @@
 // every line, and its links lie inside the text, in order.
 
 #include <QRegularExpression>
-#include <QString>
 
 #include <cstddef>
 #include <cstdint>

@@ -4,8 +4,6 @@
 // way it checks that one call never hands out more text than its inflate
 // budget plus the input.
 
-#include <QByteArray>
-#include <QString>
 #include <QStringList>
 
 #include <cstdint>

@@ -4,8 +4,6 @@
 // sees. Along the way it checks that text always arrives one character at a
 // time and that the sub-negotiation buffer stays under its cap.
 
-#include <QByteArray>
-#include <QString>
 #include <QStringList>
 
 #include <cstdint>

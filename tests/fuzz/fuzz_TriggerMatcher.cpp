@@ -5,7 +5,6 @@
 // Besides crashes, it checks that the joined searches find exactly the
 // trigger and captures that trying each trigger on its own finds.
 
-#include <QString>
 #include <QStringList>
 
 #include <cstddef>

@@ -1,8 +1,8 @@
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "lua/LuaEngine.h"
 #include "support/TestEnvironment.h"
+#include "support/TestFiles.h"
 
 class tst_LuaEngine : public QObject {
     Q_OBJECT
@@ -20,8 +20,7 @@ private slots:
 private:
     void writeModule(const QString& name, const QByteArray& source)
     {
-        QFile file(m_dir->filePath(name + ".lua"));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(source) == source.size());
+        writeFile(m_dir->filePath(name + ".lua"), source);
     }
     // Points the engine at the temporary script directory; send lands in m_sent.
     void prepare(LuaEngine& engine)

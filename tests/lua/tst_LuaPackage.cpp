@@ -1,6 +1,3 @@
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QtTest>
 
 #include "lua/LuaPackage.h"
@@ -8,14 +5,6 @@
 #include "support/TestEnvironment.h"
 
 namespace {
-
-QByteArray run(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(30000);
-    return process.exitCode() == 0 ? process.readAllStandardOutput() : "<failed>";
-}
 
 QList<LuaModule> modules(const QStringList& names)
 {
@@ -68,8 +57,8 @@ void tst_LuaPackage::exportAndImportThroughZip()
     QVERIFY(LuaPackage::exportPackage(path("from"), modules({"alpha"}), {}, archive, error));
     QVERIFY2(LuaPackage::exportPackage(path("from"), metadata.modules.mid(1, 1), metadata, archive, error),
              qPrintable(error));
-    QCOMPARE(run("unzip", {"-Z1", archive}), "metadata.json\nscripts/\nscripts/alpha.lua\n"
-                                             "scripts/beta.lua\n"); // added to, not replaced
+    QCOMPARE(runProgram("unzip", {"-Z1", archive}), "metadata.json\nscripts/\nscripts/alpha.lua\n"
+                                                    "scripts/beta.lua\n"); // added to, not replaced
     QCOMPARE(LuaPackage::readMetadata(archive, error).author, QString("Ann"));
 
     writeFile(path("to/alpha.lua"), "-- mine\n");
@@ -135,11 +124,7 @@ void tst_LuaPackage::refusesHostilePackages()
     QFETCH(QString, entries);
     QFETCH(QString, error);
     const QString archive = path("hostile.olvexscripts");
-    QFile::remove(archive);
-    const QString script = "import sys, zipfile\n"
-                           "z = zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED)\n" +
-                           entries + "\nz.close()\n";
-    QCOMPARE(run("python3", {"-c", script, archive}), QByteArray());
+    QVERIFY(writeZip(archive, entries));
     writeFile(path("secret"), "outside");
     writeFile(path("to/keep.lua"), "-- mine\n");
 

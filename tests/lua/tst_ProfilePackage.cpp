@@ -1,7 +1,3 @@
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QProcess>
 #include <QtTest>
 
 #include "lua/LuaPackage.h"
@@ -59,7 +55,6 @@ void tst_ProfilePackage::cleanup()
 void tst_ProfilePackage::roundTripThroughZip()
 {
     const Scripts scripts = fullScripts();
-    QCOMPARE(scripts.luaModules.size(), 2);
     writeFile(path("from/main.lua"), "-- main\n");
     writeFile(path("from/demo.lua"), "function onHit() echo('h\xc3\xa9') end\n");
     const QString archive = path("ann.olvexprofile");
@@ -114,13 +109,7 @@ void tst_ProfilePackage::refusesHostilePackages()
     QFETCH(QString, entries);
     QFETCH(QString, error);
     const QString archive = path("hostile.olvexprofile");
-    QFile::remove(archive);
-    const QString script = "import sys, zipfile\n"
-                           "z = zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED)\n" +
-                           entries + "\nz.close()\n";
-    QProcess python;
-    python.start("python3", {"-c", script, archive});
-    QVERIFY(python.waitForFinished(30000) && python.exitCode() == 0);
+    QVERIFY(writeZip(archive, entries));
 
     ProfilePackage::Profile profile;
     profile.scripts.variables = {{"kept", "1", ""}};

@@ -1,4 +1,3 @@
-#include <QFile>
 #include <QtTest>
 
 #include <zlib.h>
@@ -9,13 +8,31 @@
 
 namespace {
 
-// Every callback in order; bytes sent are written back in the same readable
-// form, so a row reads like a conversation.
+// Every callback in order as "tag:value"; bytes sent are written back in the
+// same readable form, so a row reads like a conversation.
 struct Recorder {
     StandardTelnetParser parser;
     QStringList events;
     qsizetype textSize = 0;
 
+    auto tagged(const QString& tag)
+    {
+        return [this, tag](const auto&... value) {
+            events << (tag + ... + readable(value));
+        };
+    }
+    static QString readable(const QString& text) { return text; }
+    static QString readable(bool on) { return QString::number(on); }
+    static QString readable(const QByteArray& bytes)
+    {
+        static const QHash<uchar, QString> names{{255, "<IAC>"},  {250, "<SB>"},   {240, "<SE>"},
+                                                 {251, "<WILL>"}, {252, "<WONT>"}, {253, "<DO>"},
+                                                 {254, "<DONT>"}};
+        QString out;
+        for (const uchar c : bytes)
+            out += names.value(c, c < 32 || c > 126 ? QString("<%1>").arg(c) : QString(QChar(c)));
+        return out;
+    }
     Recorder()
     {
         parser.onText = [this](const QString& text) {
@@ -25,33 +42,11 @@ struct Recorder {
             else
                 events << "text:" + text;
         };
-        parser.onMsdpVariable = [this](const QString& pair) {
-            events << "msdp:" + pair;
-        };
-        parser.onPromptEnd = [this] {
-            events << "prompt";
-        };
-        parser.onServerEcho = [this](bool on) {
-            events << QString("echo:%1").arg(on);
-        };
-        parser.onError = [this](const QString& message) {
-            events << "error:" + message;
-        };
-        parser.onSend = [this](const QByteArray& bytes) {
-            events << "send:" + readable(bytes);
-        };
-    }
-    static QString readable(QByteArray bytes)
-    {
-        QString out;
-        for (char c : bytes) {
-            static const QHash<uchar, QString> names{{255, "<IAC>"},  {250, "<SB>"},   {240, "<SE>"},
-                                                     {251, "<WILL>"}, {252, "<WONT>"}, {253, "<DO>"},
-                                                     {254, "<DONT>"}};
-            out += names.value(uchar(c), uchar(c) < 32 || uchar(c) > 126 ? QString("<%1>").arg(uchar(c))
-                                                                         : QString(QChar(c)));
-        }
-        return out;
+        parser.onMsdpVariable = tagged("msdp:");
+        parser.onPromptEnd = tagged("prompt");
+        parser.onServerEcho = tagged("echo:");
+        parser.onError = tagged("error:");
+        parser.onSend = tagged("send:");
     }
     // Feeds like the connection does: new bytes only when nothing waits.
     void feed(const QByteArray& bytes)

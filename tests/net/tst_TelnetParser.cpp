@@ -19,9 +19,7 @@ struct Recorder {
                 events << tag + QVariant(value).toString();
             };
         };
-        parser.onText = [this](const QString& c) {
-            events << c;
-        };
+        parser.onText = tagged("");
         parser.onMsdpVariable = tagged("msdp:");
         parser.onError = tagged("error:");
         parser.onWill = tagged("will:");

@@ -1,4 +1,3 @@
-#include <QRandomGenerator>
 #include <QtTest>
 
 #include "script/TriggerMatcher.h"
@@ -7,17 +6,24 @@
 namespace {
 
 // "r:" a regex trigger, "p:" a plain one, "-:" a disabled plain one.
-QList<Trigger> triggersFrom(const QStringList& specs)
+QList<Trigger> triggersFrom(const QStringList& definitions)
 {
     QList<Trigger> triggers;
-    for (const QString& spec : specs) {
+    for (const QString& definition : definitions) {
         Trigger trigger;
-        trigger.regex = spec.startsWith(QLatin1String("r:"));
-        trigger.enabled = !spec.startsWith(QLatin1String("-:"));
-        trigger.pattern = spec.mid(2);
+        trigger.regex = definition.startsWith(QLatin1String("r:"));
+        trigger.enabled = !definition.startsWith(QLatin1String("-:"));
+        trigger.pattern = definition.mid(2);
         triggers.append(trigger);
     }
     return triggers;
+}
+
+// index: of the trigger that matches, -1 for none.
+void row(const char* name, const QStringList& triggers, const QString& line, int index,
+         const QStringList& captures)
+{
+    QTest::newRow(name) << triggers << line << index << captures;
 }
 
 // The reference: each trigger on its own, where no joined search is made.
@@ -54,48 +60,31 @@ void tst_TriggerMatcher::firstMatch_data()
     QTest::addColumn<QStringList>("captures");
 
     const QString aaa = QString(40, QLatin1Char('a')) + QStringLiteral(" c");
-    QTest::newRow("plain ignores case, captures the line")
-        << QStringList{"-:hungry", "p:HUNGRY", "p:hungry"} << "You are hungry." << 1
-        << QStringList{"You are hungry."};
-    QTest::newRow("regex is case-sensitive")
-        << QStringList{"r:Hungry", "p:orc"} << "hungry orc" << 1 << QStringList{"hungry orc"};
-    QTest::newRow("regex captures") << QStringList{"r:troll", "r:You hit (\\w+) for (\\d+)"}
-                                    << "Ouch! You hit orc for 12 damage" << 1
-                                    << QStringList{"You hit orc for 12", "orc", "12"};
-    QTest::newRow("empty plain pattern matches everything")
-        << QStringList{"p:", "p:x"} << "" << 0 << QStringList{""};
-    QTest::newRow("list order wins") << QStringList{"r:rat", "r:^You"} << "You see a rat." << 0
-                                     << QStringList{"rat"};
-    QTest::newRow("none matches") << QStringList{"r:orc", "r:troll", "r:(\\d+) gold", "p:q", "p:z"}
-                                  << "You see a rat." << -1 << QStringList{};
-    QTest::newRow("invalid pattern never matches")
-        << QStringList{"r:(", "r:gold"} << "10 gold" << 1 << QStringList{"gold"};
-    QTest::newRow("inline option stays local")
-        << QStringList{"r:(?i)RAT", "r:^you"} << "you see a Rat" << 0 << QStringList{"Rat"};
+    row("plain ignores case, captures the line", {"-:hungry", "p:HUNGRY", "p:hungry"}, "You are hungry.", 1,
+        {"You are hungry."});
+    row("regex is case-sensitive", {"r:Hungry", "p:orc"}, "hungry orc", 1, {"hungry orc"});
+    row("regex captures", {"r:troll", "r:You hit (\\w+) for (\\d+)"}, "Ouch! You hit orc for 12 damage", 1,
+        {"You hit orc for 12", "orc", "12"});
+    row("empty plain pattern matches everything", {"p:", "p:x"}, "", 0, {""});
+    row("list order wins", {"r:rat", "r:^You"}, "You see a rat.", 0, {"rat"});
+    row("none matches", {"r:orc", "r:troll", "r:(\\d+) gold", "p:q", "p:z"}, "You see a rat.", -1, {});
+    row("invalid pattern never matches", {"r:(", "r:gold"}, "10 gold", 1, {"gold"});
+    row("inline option stays local", {"r:(?i)RAT", "r:^you"}, "you see a Rat", 0, {"Rat"});
     // Patterns that would mean something else inside one alternation.
-    QTest::newRow("back reference") << QStringList{"r:(o)rc", "r:(\\w)\\1"} << "a book" << 1
-                                    << QStringList{"oo", "o"};
-    QTest::newRow("group number in a condition")
-        << QStringList{"r:(x)y", "r:(a)?(?(1)b|c)d"} << "abd" << 1 << QStringList{"abd", "a"};
-    QTest::newRow("backtracking verb")
-        << QStringList{"r:a(*COMMIT)b", "r:xyz"} << "a xyz" << 1 << QStringList{"xyz"};
-    QTest::newRow("match limit in the joined search")
-        << QStringList{"r:(a+)+b", "r:c$"} << aaa << 1 << QStringList{"c"};
-    QTest::newRow("same group name twice")
-        << QStringList{"r:(?<n>x)q", "r:(?<n>y)z"} << "yz" << 1 << QStringList{"yz", "y"};
-    QTest::newRow("a pattern's own limit does not lift ours")
-        << QStringList{"r:(*LIMIT_MATCH=50000000)(a|aa)*c", "r:a c$"} << aaa << 1 << QStringList{"a c"};
+    row("back reference", {"r:(o)rc", "r:(\\w)\\1"}, "a book", 1, {"oo", "o"});
+    row("group number in a condition", {"r:(x)y", "r:(a)?(?(1)b|c)d"}, "abd", 1, {"abd", "a"});
+    row("backtracking verb", {"r:a(*COMMIT)b", "r:xyz"}, "a xyz", 1, {"xyz"});
+    row("match limit in the joined search", {"r:(a+)+b", "r:c$"}, aaa, 1, {"c"});
+    row("same group name twice", {"r:(?<n>x)q", "r:(?<n>y)z"}, "yz", 1, {"yz", "y"});
+    row("a pattern's own limit does not lift ours", {"r:(*LIMIT_MATCH=50000000)(a|aa)*c", "r:a c$"}, aaa, 1,
+        {"a c"});
     // Plain texts are joined too; case folding beyond ASCII is left to the
     // plain search, and a line the expression engine rejects still matches.
-    QTest::newRow("plain special characters")
-        << QStringList{"p:troll", "p:a.b"} << "see a.b" << 1 << QStringList{"see a.b"};
-    QTest::newRow("plain text is not a pattern")
-        << QStringList{"p:troll", "p:a.b"} << "axb" << -1 << QStringList{};
-    QTest::newRow("plain non-ASCII") << QStringList{"p:Ærø", "p:orc", "p:troll"} << "ÆRØ here" << 0
-                                     << QStringList{"ÆRØ here"};
+    row("plain special characters", {"p:troll", "p:a.b"}, "see a.b", 1, {"see a.b"});
+    row("plain text is not a pattern", {"p:troll", "p:a.b"}, "axb", -1, {});
+    row("plain non-ASCII", {"p:Ærø", "p:orc", "p:troll"}, "ÆRØ here", 0, {"ÆRØ here"});
     const QString broken = QStringLiteral("orc ") + QChar(0xD800);
-    QTest::newRow("plain on invalid UTF-16")
-        << QStringList{"p:troll", "p:orc", "r:orc"} << broken << 1 << QStringList{broken};
+    row("plain on invalid UTF-16", {"p:troll", "p:orc", "r:orc"}, broken, 1, {broken});
 }
 
 void tst_TriggerMatcher::firstMatch()

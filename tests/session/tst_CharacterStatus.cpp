@@ -7,21 +7,15 @@ namespace {
 
 using Status = CharacterStatus;
 
-QString vitalText(const Status& status, Status::Vital which)
-{
-    const Status::VitalValue vital = status.vital(which);
-    return QStringLiteral("%1/%2").arg(vital.current).arg(vital.maximum);
-}
-
 // One thing the panel shows, as text, so every rule fits one table.
 QString shown(const Status& status, const QString& probe)
 {
-    if (probe == "pl")
-        return vitalText(status, Status::Vital::PowerLevel);
-    if (probe == "ki")
-        return vitalText(status, Status::Vital::Ki);
-    if (probe == "fatigue")
-        return vitalText(status, Status::Vital::Fatigue);
+    static const QHash<QString, Status::Vital> vitals{
+        {"pl", Status::Vital::PowerLevel}, {"ki", Status::Vital::Ki}, {"fatigue", Status::Vital::Fatigue}};
+    if (vitals.contains(probe)) {
+        const Status::VitalValue vital = status.vital(vitals.value(probe));
+        return QStringLiteral("%1/%2").arg(vital.current).arg(vital.maximum);
+    }
     if (probe.startsWith("stat:"))
         return status.statText(probe.mid(5).toInt());
     if (probe == "combo")
@@ -29,9 +23,8 @@ QString shown(const Status& status, const QString& probe)
     if (probe == "opponent") {
         const char* states[] = {"none", "unknown", "fighting"};
         return QStringLiteral("%1 %2 %3/%4")
-            .arg(states[int(status.opponentState())], status.opponentName())
-            .arg(status.opponentHealth())
-            .arg(status.opponentMaximum());
+            .arg(states[int(status.opponentState())], status.opponentName(),
+                 QString::number(status.opponentHealth()), QString::number(status.opponentMaximum()));
     }
     if (probe == "affects")
         return status.affects().join('|');
@@ -40,6 +33,12 @@ QString shown(const Status& status, const QString& probe)
     if (probe == "room")
         return status.roomNameText() + " / " + status.exitsText();
     return "unknown probe";
+}
+
+// updates: NAME=value pairs joined by '|', applied in order.
+void row(const char* name, const QString& probe, const QString& updates, const QString& expected)
+{
+    QTest::newRow(name) << probe << updates.split('|') << expected;
 }
 
 } // namespace
@@ -56,67 +55,41 @@ private slots:
 
 void tst_CharacterStatus::panelTexts_data()
 {
-    QTest::addColumn<QStringList>("updates"); // NAME=value, applied in order
     QTest::addColumn<QString>("probe");
+    QTest::addColumn<QStringList>("updates");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("vital before any maximum") << QStringList{"CHARACTER_POWERLEVEL=499999"} << "pl"
-                                              << "499999/999999";
-    QTest::newRow("maximum 0 is unknown") << QStringList{"CHARACTER_KI_MAX=0", "CHARACTER_KI=80"} << "ki"
-                                          << "80/999999";
-    QTest::newRow("bad maximum forgets the good one")
-        << QStringList{"CHARACTER_POWERLEVEL=5", "CHARACTER_POWERLEVEL_MAX=10",
-                       "CHARACTER_POWERLEVEL_MAX=abc"}
-        << "pl"
-        << "5/999999";
-    QTest::newRow("bad current reads 0")
-        << QStringList{"CHARACTER_FATIGUE=x", "CHARACTER_FATIGUE_MAX=3"} << "fatigue"
-        << "0/3";
-    QTest::newRow("vital stat row") << QStringList{"CHARACTER_FATIGUE=1", "CHARACTER_FATIGUE_MAX=3"}
-                                    << "stat:5"
-                                    << "1/3";
-    QTest::newRow("race without class") << QStringList{"CHARACTER_RACE=Saiyan"} << "stat:1"
-                                        << "Saiyan/";
-    QTest::newRow("placeholder in a value")
-        << QStringList{"CHARACTER_RACE=%2", "CHARACTER_CLASS=Warrior"} << "stat:1"
-        << "%2/Warrior";
-    QTest::newRow("magical resistance only") << QStringList{"CHARACTER_RESISTANCE_MAGICAL=7"} << "stat:6"
-                                             << "Phys: , Mag: 7";
-    QTest::newRow("name as sent") << QStringList{"CHARACTER_NAME=<b>Kyren</b>"} << "stat:0"
-                                  << "<b>Kyren</b>";
-    QTest::newRow("combo running") << QStringList{"COMBO=3"} << "combo"
-                                   << "COMBO: 3 active";
-    QTest::newRow("combo over") << QStringList{"COMBO=3", "COMBO=0"} << "combo"
-                                << "COMBO: 0";
-    QTest::newRow("combo not a number") << QStringList{"COMBO=x"} << "combo"
-                                        << "COMBO: x";
-    QTest::newRow("opponent None") << QStringList{"OPPONENT_HEALTH_MAX=9", "OPPONENT_NAME=None"} << "opponent"
-                                   << "none None 0/9";
-    QTest::newRow("opponent without name") << QStringList{"OPPONENT_HEALTH_MAX=9"} << "opponent"
-                                           << "none  0/9";
-    QTest::newRow("opponent without maximum")
-        << QStringList{"OPPONENT_NAME=rat", "OPPONENT_HEALTH=5"} << "opponent"
-        << "unknown rat 5/0";
-    QTest::newRow("opponent fighting")
-        << QStringList{"OPPONENT_HEALTH_MAX=200", "OPPONENT_HEALTH=50", "OPPONENT_NAME=Raditz"} << "opponent"
-        << "fighting Raditz 50/200";
-    QTest::newRow("affects split") << QStringList{"CHARACTER_AFFECTS=sanctuary:10 haste::  armor"}
-                                   << "affects"
-                                   << "sanctuary|10|haste|armor";
-    QTest::newRow("no affects") << QStringList{"CHARACTER_AFFECTS=a", "CHARACTER_AFFECTS= : "} << "affects"
-                                << "";
-    QTest::newRow("occupants split") << QStringList{"ROOM_CHARACTERS=Bob, Ann;Zed \t Kim,"} << "occupants"
-                                     << "Bob|Ann|Zed|Kim";
-    QTest::newRow("room and no exits") << QStringList{"ROOM_NAME=Plaza", "ROOM_EXITS="} << "room"
-                                       << "Room: Plaza / Exits: none";
-    QTest::newRow("exits") << QStringList{"ROOM_EXITS=north, up"} << "room"
-                           << "Room:  / Exits: north, up";
+    row("vital before any maximum", "pl", "CHARACTER_POWERLEVEL=499999", "499999/999999");
+    row("maximum 0 is unknown", "ki", "CHARACTER_KI_MAX=0|CHARACTER_KI=80", "80/999999");
+    row("bad maximum forgets the good one", "pl",
+        "CHARACTER_POWERLEVEL=5|CHARACTER_POWERLEVEL_MAX=10|CHARACTER_POWERLEVEL_MAX=abc", "5/999999");
+    row("bad current reads 0", "fatigue", "CHARACTER_FATIGUE=x|CHARACTER_FATIGUE_MAX=3", "0/3");
+    row("vital stat row", "stat:5", "CHARACTER_FATIGUE=1|CHARACTER_FATIGUE_MAX=3", "1/3");
+    row("race without class", "stat:1", "CHARACTER_RACE=Saiyan", "Saiyan/");
+    row("placeholder in a value", "stat:1", "CHARACTER_RACE=%2|CHARACTER_CLASS=Warrior", "%2/Warrior");
+    row("magical resistance only", "stat:6", "CHARACTER_RESISTANCE_MAGICAL=7", "Phys: , Mag: 7");
+    row("name as sent", "stat:0", "CHARACTER_NAME=<b>Kyren</b>", "<b>Kyren</b>");
+    row("level as sent", "stat:2", "CHARACTER_LEVEL=12", "12");
+    row("combo running", "combo", "COMBO=3", "COMBO: 3 active");
+    row("combo over", "combo", "COMBO=3|COMBO=0", "COMBO: 0");
+    row("combo not a number", "combo", "COMBO=x", "COMBO: x");
+    row("opponent None", "opponent", "OPPONENT_HEALTH_MAX=9|OPPONENT_NAME=None", "none None 0/9");
+    row("opponent without name", "opponent", "OPPONENT_HEALTH_MAX=9", "none  0/9");
+    row("opponent without maximum", "opponent", "OPPONENT_NAME=rat|OPPONENT_HEALTH=5", "unknown rat 5/0");
+    row("opponent fighting", "opponent", "OPPONENT_HEALTH_MAX=200|OPPONENT_HEALTH=50|OPPONENT_NAME=Raditz",
+        "fighting Raditz 50/200");
+    row("affects split", "affects", "CHARACTER_AFFECTS=sanctuary:10 haste::  armor",
+        "sanctuary|10|haste|armor");
+    row("no affects", "affects", "CHARACTER_AFFECTS=a|CHARACTER_AFFECTS= : ", "");
+    row("occupants split", "occupants", "ROOM_CHARACTERS=Bob, Ann;Zed \t Kim,", "Bob|Ann|Zed|Kim");
+    row("room and no exits", "room", "ROOM_NAME=Plaza|ROOM_EXITS=", "Room: Plaza / Exits: none");
+    row("exits", "room", "ROOM_EXITS=north, up", "Room:  / Exits: north, up");
 }
 
 void tst_CharacterStatus::panelTexts()
 {
-    QFETCH(QStringList, updates);
     QFETCH(QString, probe);
+    QFETCH(QStringList, updates);
     QFETCH(QString, expected);
     CharacterStatus status;
     for (const QString& update : updates)

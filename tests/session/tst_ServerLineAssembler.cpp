@@ -32,6 +32,11 @@ QPair<QString, QStringList> play(const QStringList& pieces)
     return {screen, lines};
 }
 
+void row(const char* name, const QStringList& pieces, const QString& screen, const QStringList& lines)
+{
+    QTest::newRow(name) << pieces << screen << lines;
+}
+
 } // namespace
 
 class tst_ServerLineAssembler : public QObject {
@@ -48,46 +53,31 @@ void tst_ServerLineAssembler::assemblesLines_data()
     QTest::addColumn<QString>("screen");
     QTest::addColumn<QStringList>("lines");
 
-    QTest::newRow("pieces across calls, CR kept")
-        << QStringList{"ab", "c", "\r\nde", "\n\n>> hp\nx", "\n"} << "abc\r\nde\n\n>> hp\nx\n"
-        << QStringList{"abc\r", "de", "", ">> hp", "x"};
-    QTest::newRow("unmarked text waits for its line feed")
-        << QStringList{"Password: "} << "" << QStringList{};
-    QTest::newRow("prompt mark shows it, next text on a new line")
-        << QStringList{"Password: ", kGa, "Welcome\n"} << "Password: \nWelcome\n"
-        << QStringList{"Password: ", "Welcome"};
-    QTest::newRow("server's own break after a prompt")
-        << QStringList{"<100hp> ", kGa, "\r", "\nYou rest.\r\n"} << "<100hp> \r\nYou rest.\r\n"
-        << QStringList{"<100hp> ", "\r", "You rest.\r"};
-    QTest::newRow("idle shows early, rest completes the same line")
-        << QStringList{"You see a bi", kIdle, kIdle, "g dog.\n"} << "You see a big dog.\n"
-        << QStringList{"You see a big dog."};
-    QTest::newRow("idle, then the prompt mark")
-        << QStringList{"HP: 5> ", kIdle, kGa, "look\n"} << "HP: 5> \nlook\n"
-        << QStringList{"HP: 5> ", "look"};
-    QTest::newRow("idle holds back a trailing CR") << QStringList{"abc\r", kIdle, "\n"} << "abc\r\n"
-                                                   << QStringList{"abc\r"};
-    QTest::newRow("prompt mark with nothing waiting")
-        << QStringList{"line\n", kGa, "next\n"} << "line\nnext\n"
-        << QStringList{"line", "next"};
-    QTest::newRow("early text after a prompt starts a new line")
-        << QStringList{"> ", kGa, "Mo", kIdle, "re\n"} << "> \nMore\n"
-        << QStringList{"> ", "More"};
-    QTest::newRow("prompt after prompt")
-        << QStringList{"a> ", kGa, "b> ", kGa} << "a> \nb> " << QStringList{"a> ", "b> "};
+    row("pieces across calls, CR kept", {"ab", "c", "\r\nde", "\n\n>> hp\nx", "\n"},
+        "abc\r\nde\n\n>> hp\nx\n", {"abc\r", "de", "", ">> hp", "x"});
+    row("unmarked text waits for its line feed", {"Password: "}, "", {});
+    row("prompt mark shows it, next text on a new line", {"Password: ", kGa, "Welcome\n"},
+        "Password: \nWelcome\n", {"Password: ", "Welcome"});
+    row("server's own break after a prompt", {"<100hp> ", kGa, "\r", "\nYou rest.\r\n"},
+        "<100hp> \r\nYou rest.\r\n", {"<100hp> ", "\r", "You rest.\r"});
+    row("idle shows early, rest completes the same line", {"You see a bi", kIdle, kIdle, "g dog.\n"},
+        "You see a big dog.\n", {"You see a big dog."});
+    row("idle, then the prompt mark", {"HP: 5> ", kIdle, kGa, "look\n"}, "HP: 5> \nlook\n",
+        {"HP: 5> ", "look"});
+    row("idle holds back a trailing CR", {"abc\r", kIdle, "\n"}, "abc\r\n", {"abc\r"});
+    row("prompt mark with nothing waiting", {"line\n", kGa, "next\n"}, "line\nnext\n", {"line", "next"});
+    row("early text after a prompt starts a new line", {"> ", kGa, "Mo", kIdle, "re\n"}, "> \nMore\n",
+        {"> ", "More"});
+    row("prompt after prompt", {"a> ", kGa, "b> ", kGa}, "a> \nb> ", {"a> ", "b> "});
 
     const qsizetype cap = ServerLineAssembler::kMaxPendingLine;
     const QString full(cap, 'a');
-    QStringList singles;
-    for (qsizetype i = 0; i < cap + 3; ++i)
-        singles << "a";
-    QTest::newRow("endless line cut at the bound, one call")
-        << QStringList{QString(cap + 3, 'a'), "\n"} << full + "\naaa\n"
-        << QStringList{full, "aaa"};
-    QTest::newRow("endless line cut at the bound, per character") << (singles << "\n") << full + "\naaa\n"
-                                                                  << QStringList{full, "aaa"};
-    QTest::newRow("line of exactly the bound stays one") << QStringList{full + "\n", "b\n"} << full + "\nb\n"
-                                                         << QStringList{full, "b"};
+    const QStringList singles(cap + 3, "a");
+    row("endless line cut at the bound, one call", {QString(cap + 3, 'a'), "\n"}, full + "\naaa\n",
+        {full, "aaa"});
+    row("endless line cut at the bound, per character", singles + QStringList{"\n"}, full + "\naaa\n",
+        {full, "aaa"});
+    row("line of exactly the bound stays one", {full + "\n", "b\n"}, full + "\nb\n", {full, "b"});
 }
 
 void tst_ServerLineAssembler::assemblesLines()

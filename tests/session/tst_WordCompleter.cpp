@@ -31,8 +31,7 @@ void tst_WordCompleter::completes_data()
     QTest::newRow("nothing matches") << output << "zz|" << 1 << "";
     QTest::newRow("complete word is no candidate") << output << "hello|" << 1 << "";
     QTest::newRow("short words are skipped") << output << "o|" << 1 << "";
-    QTest::newRow("non-ASCII words") << "Grüße aus Köln"
-                                     << "kö|" << 1 << "Köln|";
+    QTest::newRow("non-ASCII words") << "Grüße aus Köln" << QString("kö|") << 1 << "Köln|";
 }
 
 void tst_WordCompleter::completes()

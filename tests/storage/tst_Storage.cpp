@@ -1,8 +1,3 @@
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>
@@ -90,8 +85,7 @@ void tst_Storage::perCharacterDataFollowsNameHostAndPort()
     Scripts scripts;
     scripts.variables = {{"hp", "1", ""}};
     storage->setScripts(hero, scripts);
-    Character moved = hero;
-    moved.port = 4001;
+    const Character moved{"Hero", "", "mud.example", 4001, ""};
     QVERIFY(storage->getScripts(moved).variables.isEmpty());
     QVERIFY(storage->getEnabledFeatures(moved).isEmpty());
     QCOMPARE(storage->getScripts(hero), scripts); // the old key stays behind

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDir>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include "support/TestFiles.h"
@@ -24,3 +25,21 @@ public:
 private:
     QTemporaryDir dir;
 };
+
+// A program's output, or "<failed>" when it does not end well.
+inline QByteArray runProgram(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    const bool ok = process.waitForFinished(30000) && process.exitCode() == 0;
+    return ok ? process.readAllStandardOutput() : "<failed>";
+}
+
+// A new archive made by python's zipfile; entries is python code that fills z.
+inline bool writeZip(const QString& archive, const QString& entries)
+{
+    QFile::remove(archive);
+    const QString script =
+        "import sys, zipfile\nz = zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED)\n";
+    return runProgram("python3", {"-c", script + entries + "\nz.close()\n", archive}).isEmpty();
+}
