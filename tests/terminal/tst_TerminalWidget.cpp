@@ -241,6 +241,14 @@ void tst_TerminalWidget::drawsOneLinePerServerLine_data()
     QTest::newRow("pieces") << QStringList{"HP: ", "20\n"} << false << "HP: \n20\n";
     QTest::newRow("prompt, then its line")
         << QStringList{"\033[1mHP: ", "\033[3", "", "2m20\n", "x"} << true << "HP: 20\nx";
+    // "=" starts an echoed command, "!" a notice of the client's own: both end
+    // an open prompt line, and the server's break that follows is not shown.
+    QTest::newRow("echo completes the prompt")
+        << QStringList{"> ", "=look\n", "!shown\n", "\r\nRoom\r\n"} << true << "> look\nshown\nRoom\n";
+    QTest::newRow("notice gets its own line") << QStringList{"> ", "!note\n", "\nRoom\n"} << true
+                                              << "> \nnote\nRoom\n";
+    QTest::newRow("closed lines keep every break")
+        << QStringList{"> ", "=look\n", "\r\nRoom\n"} << false << "> \nlook\n\nRoom\n";
 }
 
 void tst_TerminalWidget::drawsOneLinePerServerLine()
@@ -250,8 +258,12 @@ void tst_TerminalWidget::drawsOneLinePerServerLine()
     QFETCH(QString, shown);
     TerminalWidget terminal;
     terminal.setLinesStayOpen(linesStayOpen);
-    for (const QString& text : texts)
-        terminal.appendAnsiText(text);
+    for (const QString& text : texts) {
+        if (text.startsWith('=') || text.startsWith('!'))
+            terminal.appendClientLine(text.mid(1), text.startsWith('='));
+        else
+            terminal.appendAnsiText(text);
+    }
     QCOMPARE(terminal.toPlainText(), shown);
 }
 
