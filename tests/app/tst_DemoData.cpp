@@ -1,6 +1,3 @@
-#include <QCoreApplication>
-#include <QDir>
-#include <QSignalSpy>
 #include <QtTest>
 
 #include "script/ScriptEngine.h"

@@ -1,7 +1,3 @@
-#include <QCoreApplication>
-#include <QDir>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include "support/TestEnvironment.h"

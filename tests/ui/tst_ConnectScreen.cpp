@@ -1,5 +1,3 @@
-#include <QDir>
-#include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTreeWidget>
