@@ -22,6 +22,9 @@ constexpr qint64 kReadBufferBytes = 64 * 1024;
 // smaller pieces, so the window stays responsive whatever the server sends.
 constexpr qint64 kReadTurnTargetNs = 20 * 1000 * 1000;
 constexpr qint64 kMinReadChunkBytes = 512;
+// The first chunk of a link is small: nothing is known yet of what its text
+// costs. Cheap text doubles it every turn up to the whole buffer.
+constexpr qint64 kFirstReadChunkBytes = 8 * 1024;
 
 } // namespace
 
@@ -33,7 +36,7 @@ MudConnection::MudConnection(QObject* parent)
     , autoLoginDelay(kDefaultAutoLoginDelayMs)
     , terminalType(kDefaultTerminalType)
     , readTurnTimer(new QTimer(this))
-    , readChunkBytes(kReadBufferBytes)
+    , readChunkBytes(kFirstReadChunkBytes)
 {
     socket->setReadBufferSize(kReadBufferBytes);
     setupConnections();
@@ -190,6 +193,7 @@ void MudConnection::onConnected()
     // A command (or a trigger's answer) should leave at once, not wait for
     // the previous segment's acknowledgement.
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    readChunkBytes = kFirstReadChunkBytes;
     keepaliveTimer->start();
     emit connected();
     if (standardTelnet) {
