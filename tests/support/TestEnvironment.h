@@ -22,11 +22,13 @@ private:
 };
 
 // QTEST_MAIN with an isolated data directory. AppClass is QCoreApplication,
-// QGuiApplication or QApplication.
+// QGuiApplication or QApplication. The environment is static so that it goes
+// after Storage's own static instance, which saves once more when the
+// program exits: the directory is removed only after that last save.
 #define OLVEX_TEST_MAIN(TestObject, AppClass)                                                                \
     int main(int argc, char** argv)                                                                          \
     {                                                                                                        \
-        TestEnvironment environment;                                                                         \
+        static TestEnvironment environment;                                                                  \
         AppClass app(argc, argv);                                                                            \
         TestObject tc;                                                                                       \
         QTEST_SET_MAIN_SOURCE_PATH                                                                           \
