@@ -35,12 +35,14 @@ struct Run {
 };
 
 // The environment of a make run from scratch: when this test itself runs under
-// `make test BUILD_DIR=…`, make exports that choice in MAKEFLAGS, and a nested
-// make would quietly use the caller's build folder instead of its default one.
+// `make test BUILD_DIR=…`, make passes that choice on both in MAKEFLAGS and as
+// an environment variable, and a nested make would quietly use the caller's
+// build folder instead of its default one.
 QProcessEnvironment freshEnvironment()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"MAKEFLAGS", "MFLAGS", "MAKELEVEL", "MAKEOVERRIDES"})
+    for (const char* name :
+         {"MAKEFLAGS", "MFLAGS", "MAKELEVEL", "MAKEOVERRIDES", "BUILD_DIR", "CMAKE_FLAGS", "JOBS"})
         environment.remove(name);
     return environment;
 }
