@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "session/GameFeature.h"
+#include "ui/DialogButtons.h"
 #include "ui/Theme.h"
 
 namespace {
@@ -64,11 +65,7 @@ FeaturesDialog::FeaturesDialog(QWidget* parent)
         boxes.append(box);
     }
 
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("OK"));
-    buttons->button(QDialogButtonBox::Cancel)->setText(QStringLiteral("Cancel"));
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* buttons = DialogButtons::okCancel(this);
     layout->addSpacing(8);
     layout->addWidget(buttons);
 }

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
+#include "ui/DialogButtons.h"
 #include "ui/FormTextEdit.h"
 
 KeyBindingDialog::KeyBindingDialog(QWidget* parent)
@@ -32,9 +33,7 @@ KeyBindingDialog::KeyBindingDialog(QWidget* parent)
     form->addRow(tr("Key Sequence:"), keyEdit);
     form->addRow(tr("Commands:"), commandsEdit);
     form->addRow(enabledCheck);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* buttons = DialogButtons::okCancel(this);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);

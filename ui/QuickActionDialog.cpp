@@ -6,6 +6,8 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
+#include "ui/DialogButtons.h"
+
 QuickActionDialog::QuickActionDialog(QWidget* parent)
     : QDialog(parent)
 {
@@ -21,9 +23,7 @@ QuickActionDialog::QuickActionDialog(QWidget* parent)
     form->addRow(QStringLiteral("Label:"), label);
     form->addRow(QStringLiteral("Command:"), command);
     form->addRow(QString(), enabled);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* buttons = DialogButtons::okCancel(this);
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(form);

@@ -14,6 +14,7 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+#include "ui/DialogButtons.h"
 #include "ui/FormTextEdit.h"
 
 namespace {
@@ -76,10 +77,8 @@ void ScriptItemDialog::setupUi()
     enabledCheck->setChecked(true);
     form->addRow(enabledCheck);
 
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    auto* buttons = DialogButtons::okCancel(this);
     layout->addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
 // `labelled` is the control the label speaks for when the field is a row of several.
